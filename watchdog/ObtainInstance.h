@@ -1,0 +1,16 @@
+#pragma once
+
+#include "framework/PResult.h"
+#include "framework/veskGetInstance.h"
+#include "plugin/PBaseptr.h"
+
+/// Looks a service up and holds it.
+/// @return the lookup's result. A lookup that succeeds without an object leaves
+///         `holder` empty and still returns 0.
+template <class Interface>
+int obtainInstance(PLiteral const& id, PBaseptr<Interface>& holder) {
+  IBase* instance = nullptr;
+  const int res = veskGetInstance(id, instance);
+  if (res == PResult::ok) pTake(holder, static_cast<Interface*>(instance));
+  return res;
+}

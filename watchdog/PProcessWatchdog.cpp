@@ -1,0 +1,110 @@
+#include "watchdog/PProcessWatchdog.h"
+
+#include "framework/PGuard.h"
+#include "watchdog/ObtainInstance.h"
+
+PProcessWatchdog::PProcessWatchdog() {
+  // Construction never fails for want of a logger.
+  static_cast<void>(pGuarded([this] {
+    const int res = obtainInstance(ID_ILOGGER, fLogger);
+    return fLogger ? fLogger->init(L"veskp.watchdog.process.log") : res;
+  }));
+}
+
+PProcessWatchdog::~PProcessWatchdog() {
+  const int res = __stopWatchdog();
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error stopping the watchdog thread, res=%d", "~PProcessWatchdog", res);
+  }
+}
+
+int PProcessWatchdog::incRef() { return ++fRefCount; }
+
+int PProcessWatchdog::decRef() {
+  const int holders = fRefCount.change(-1);
+  if (holders == 0) delete this;
+  return holders;
+}
+
+int PProcessWatchdog::init() {
+  return pGuarded([this] { return __init(); });
+}
+
+int PProcessWatchdog::__init() {
+  int res = fStopCondVar.init();
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error initializing conditional var, res=%d", "init", res);
+    return res;
+  }
+  res = fStopMutex.init(true);
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error initializing stop mutex, res=%d", "init", res);
+    return res;
+  }
+  res = pGuarded([this] { return _loadConfig(); });
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error loading ProcessWatchdog configuration, res=%d", "init", res);
+    return res;
+  }
+  _dumpConfig();
+  res = __obtainServices();
+  if (res != PResult::ok) return res;
+
+  if (!fCpuEnabled && !fMemEnabled && !fInstEnabled) {
+    __logInfo(L"[%s] All monitoring disabled, not starting the thread", "init");
+    return PResult::ok;
+  }
+  __startWatchdog();
+  res = fWatchdogThread.pcreate(_staticWatchdogThreadProc, this);
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error creating watchdog thread, res=%d", "init", res);
+    return res;
+  }
+  __logDebug(L"[%s] Started watchdog thread (id=%p)", "init", fWatchdogThread.getThreadId());
+  return PResult::ok;
+}
+
+int PProcessWatchdog::__obtainServices() {
+  int res = obtainInstance(ID_IEVENTDISPATCHER, fEventDispatcher);
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error obtaining instance of IEventDispatcher, res=%d", "init", res);
+    return res;
+  }
+  res = obtainInstance(ID_IEXTCOUNTERS, fExtCounters);
+  if (res != PResult::ok) {
+    // The one service that the watchdog can do without.
+    __logError(L"[%s] Error obtaining instance of IExtCounters, res=%d", "init", res);
+  }
+  return PResult::ok;
+}
+
+void PProcessWatchdog::__startWatchdog() {
+  const Lock lock(fStopMutex);
+  fStopped = false;
+}
+
+int PProcessWatchdog::__stopWatchdog() {
+  // Locking fails where `init()` never got as far as the mutex; no worker runs
+  // then, and the flag says so.
+  fStopMutex.lock();
+  const bool wasStopped = fStopped.exchange(true);
+  fStopMutex.unlock();
+  if (wasStopped) return PResult::ok;
+
+  int res = fStopCondVar.notifyAll();
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error notifying the stop conditional var, res=%d", "__stopWatchdog", res);
+    return res;
+  }
+  __logDebug(L"[%s] Waiting for the watchdog thread to finish", "__stopWatchdog");
+  void* threadResult = nullptr;
+  res = fWatchdogThread.pjoin(threadResult);
+  if (res != PResult::ok) {
+    __logError(L"[%s] Error joining the watchdog thread, res=%d", "__stopWatchdog", res);
+    return res;
+  }
+  __logDebug(L"[%s] Detaching fWatchdogThread thread...", "__stopWatchdog");
+  fWatchdogThread.pdetach();
+  __logDebug(L"[%s] Finished waiting for the watchdog thread", "__stopWatchdog");
+  return PResult::ok;
+}

@@ -1,0 +1,86 @@
+// The registry of monitored entries, as clients see it.
+
+#include <utility>
+
+#include "framework/PGuard.h"
+#include "watchdog/PProcessWatchdog.h"
+#include "watchdog/ProcessWatchdogResult.h"
+
+int PProcessWatchdog::addProcessEntry(IProcessWatchdogEntry* iEntry) {
+  return pGuarded([&] {
+    if (iEntry == nullptr) {
+      __logError(L"[%s] `iEntry' is NULL", "addProcessEntry");
+      return ProcessWatchdogResult::invalidArgument;
+    }
+    PString name;
+    iEntry->getName(name);
+    if (name.isEmpty()) {
+      __logError(L"[%s] Given entry has no name", "addProcessEntry");
+      return ProcessWatchdogResult::invalidArgument;
+    }
+    // Entries are made by the plug-in only, and it makes them of this one class.
+    return __addEntry(static_cast<PProcessWatchdogEntry*>(iEntry), name);
+  });
+}
+
+int PProcessWatchdog::__addEntry(PProcessWatchdogEntry* entry, PString const& name) {
+  const Lock lock(fStopMutex);
+  if (fProcEntries.contains(name)) {
+    __logError(L"[%s] Entry with name `%ls' already in list", "addProcessEntry", name.c_str());
+    return ProcessWatchdogResult::nameConflict;
+  }
+  __logDebug(L"[%s] Entry with name `%ls' is good to add", "addProcessEntry", name.c_str());
+  __logInfo(L"[%s] Adding `%ls' to list of monitored processes", "addProcessEntry", name.c_str());
+  ProcEntry procEntry;
+  procEntry.entry = entry;
+  fProcEntries.emplace(name, std::move(procEntry));
+  return PResult::ok;
+}
+
+int PProcessWatchdog::removeProcessEntry(PLiteral const& name) {
+  return pGuarded([&] {
+    if (name.isEmpty()) {
+      __logError(L"[%s] Invalid argument (empty name)", "removeProcessEntry");
+      return ProcessWatchdogResult::invalidArgument;
+    }
+    const Lock lock(fStopMutex);
+    const auto found = fProcEntries.find(name);
+    if (found == fProcEntries.end()) {
+      __logDebug(L"[%s] There's no entry named `%ls', ignoring", "removeProcessEntry",
+                 name.c_str());
+      return PResult::ok;
+    }
+    __logInfo(L"[%s] Removing `%ls' from list of monitored processes", "removeProcessEntry",
+              name.c_str());
+    fProcEntries.erase(found);
+    return PResult::ok;
+  });
+}
+
+bool PProcessWatchdog::containsProcess(PLiteral const& name) const {
+  bool contains = false;
+  static_cast<void>(pGuarded([&] {
+    const Lock lock(fStopMutex);
+    contains = fProcEntries.contains(name);
+    return PResult::ok;
+  }));
+  return contains;
+}
+
+int PProcessWatchdog::getProcessInfo(PLiteral const& name, IProcessWatchdogInfo*& info) const {
+  return pGuarded([&] {
+    if (name.isEmpty()) {
+      __logError(L"[%s] Invalid argument (empty name)", "getProcessInfo");
+      return ProcessWatchdogResult::invalidArgument;
+    }
+    const Lock lock(fStopMutex);
+    const auto found = fProcEntries.find(name);
+    if (found == fProcEntries.end()) {
+      __logDebug(L"[%s] Error: there's no entry named `%ls', ignoring", "getProcessInfo",
+                 name.c_str());
+      return ProcessWatchdogResult::nameConflict;
+    }
+    info = found->second.entry.get();
+    return PResult::ok;
+  });
+}

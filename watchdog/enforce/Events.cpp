@@ -1,0 +1,22 @@
+// Publishing that a limit was reached.
+
+#include "watchdog/PProcessWatchdog.h"
+
+int PProcessWatchdog::__sendEvent(ProcEntry const& procEntry, PLiteral const& topic,
+                                  int value) const {
+  if (!procEntry.entry->getShouldSendEvent()) {
+    __logInfo(L"[%s] Not sending event with topic `%ls', because events are disabled",
+              "__sendEvent", topic.c_str());
+    return PResult::ok;
+  }
+  PBaseptr<PProcessWatchdogEntry> const source(procEntry.entry);
+  // Empty where the lookup succeeded without an object.
+  const int res = fEventDispatcher ? fEventDispatcher->postEvent(topic, source.get(), value)
+                                   : PResult::notFound;
+  if (res != PResult::ok) {
+    PString const name(procEntry.entry->name());
+    __logError(L"[%s] Error sending `%ls' event for process `%ls', res=%d", "__sendEvent",
+               topic.c_str(), name.c_str(), res);
+  }
+  return res;
+}
