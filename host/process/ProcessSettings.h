@@ -13,5 +13,5 @@ struct ProcessSettings {
 
   /// File that standard output and standard error of started programs are
   /// appended to; empty for /dev/null.
-  std::string programOutput;
+  std::string programOutput{};
 };

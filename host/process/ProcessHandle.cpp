@@ -1,0 +1,29 @@
+#include "host/process/ProcessHandle.h"
+
+#include "framework/PResult.h"
+
+int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsigned int pid,
+                        ProcessHandle& handle, ProcessStat& stat) {
+  handle = ProcessHandle();
+  handle.fTree = &tree;
+  handle.fSignals = &signals;
+  handle.fPid = pid;
+  // First the hold, then the look: what is read is then the state of the process
+  // that is held, or of one that took over a number whose hold is void.
+  const int opened = signals.open(pid, handle.fDescriptor);
+  if (opened == PResult::notFound) return opened;
+  const int res = tree.readLiving(pid, stat);
+  if (res == PResult::ok) handle.fStartTicks = stat.startTicks;
+  return res;
+}
+
+bool ProcessHandle::isDead() const {
+  ProcessStat stat;
+  const int res = fTree->readLiving(fPid, stat);
+  return res == PResult::notFound || (res == PResult::ok && stat.startTicks != fStartTicks);
+}
+
+int ProcessHandle::send(int signal) const {
+  if (fDescriptor) return fSignals->send(fDescriptor, signal);
+  return isDead() ? PResult::notFound : fSignals->send(fPid, signal);
+}

@@ -1,0 +1,150 @@
+#include "host/process/ProcessUtilities.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <utility>
+
+#include "framework/PResult.h"
+#include "host/process/CommandLine.h"
+#include "host/process/ProcessHandle.h"
+
+namespace {
+
+constexpr unsigned int kInitPid = 1;
+
+unsigned int systemSetting(int name) { return static_cast<unsigned int>(::sysconf(name)); }
+
+}  // namespace
+
+ProcessUtilities::ProcessUtilities(ProcessSettings settings, std::shared_ptr<spdlog::logger> log,
+                                   ProcessWorld world)
+    : fSettings(std::move(settings)),
+      fLog(std::move(log)),
+      fWorld(std::move(world)),
+      fTree(fSettings.procRoot),
+      fFinder(fTree),
+      fCpuMeter(*fWorld.clock, systemSetting(_SC_CLK_TCK),
+                [this](unsigned int pid, unsigned long long startTicks) {
+                  ProcessStat stat;
+                  return fTree.readLiving(pid, stat) == PResult::ok &&
+                         stat.startTicks == startTicks;
+                }),
+      fReaper(fLog) {}
+
+int ProcessUtilities::find(std::string const& name, std::vector<unsigned int>& pids,
+                           std::vector<unsigned int>& parentPids) {
+  takeKilled();
+  return fFinder.find(name, pids, parentPids);
+}
+
+int ProcessUtilities::getCPUUsage(unsigned int pid, unsigned int& percent) {
+  ProcessStat stat;
+  const int res = fTree.readLiving(pid, stat);
+  if (res != PResult::ok) return res;
+  const std::lock_guard lock(fMutex);
+  percent = fCpuMeter.usage(pid, stat);
+  return PResult::ok;
+}
+
+int ProcessUtilities::getMemoryUsage(unsigned int pid, unsigned long long& kib) {
+  ProcessStat stat;
+  int res = fTree.readLiving(pid, stat);
+  // A main thread that has ended has let go of the memory; the others have not.
+  if (res == PResult::ok && stat.state == 'Z') res = fTree.readLivingThread(pid, stat);
+  if (res != PResult::ok) return res;
+  constexpr unsigned long long kKib = 1024;
+  kib = stat.residentPages * systemSetting(_SC_PAGESIZE) / kKib;
+  return PResult::ok;
+}
+
+int ProcessUtilities::isRunning(unsigned int pid, bool& running) {
+  ProcessStat stat;
+  int res = fTree.readStat(pid, stat);
+  if (res == PResult::ok && stat.state == 'Z' && !stat.isDead()) {
+    res = fTree.readLivingThread(pid, stat);
+  }
+  if (res == PResult::ok) running = stat.isRunning();
+  return res;
+}
+
+bool ProcessUtilities::isUntouchable(unsigned int pid, ProcessStat const& stat) const {
+  return pid <= kInitPid || pid == static_cast<unsigned int>(::getpid()) || stat.isKernelThread();
+}
+
+int ProcessUtilities::kill(unsigned int pid) {
+  // Above this a number would be taken for a group of processes, or for all.
+  if (pid > INT_MAX) return PResult::notFound;
+  ProcessHandle process;
+  ProcessStat stat;
+  int res =
+      pid == 0 ? PResult::ok : ProcessHandle::open(fTree, *fWorld.signals, pid, process, stat);
+  if (res != PResult::ok) return res;
+  if (isUntouchable(pid, stat)) {
+    fLog->error("process {} ({}) is never signalled", pid, stat.comm);
+    return -EPERM;
+  }
+  res = fReaper.end(std::move(process), stat.comm, fSettings.killGrace);
+  if (res == PResult::ok) {
+    const std::lock_guard lock(fMutex);
+    fKilledSinceFind.push_back(pid);
+  } else if (res != PResult::notFound) {
+    fLog->error("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res));
+  }
+  return res;
+}
+
+int ProcessUtilities::start(std::string const& executable, std::string const& arguments,
+                            std::string const& workingDir, unsigned int& pid) {
+  if (const unsigned int lasting = fReaper.awaitEnded(takeKilled()); lasting != 0) {
+    fLog->error("not starting {}: process {} before it has not ended", executable, lasting);
+    return -EBUSY;
+  }
+  if (executable.empty()) {
+    fLog->error("nothing to start: no executable is configured");
+    return -EINVAL;
+  }
+  SpawnRequest request{executable, {}, workingDir, fSettings.programOutput};
+  if (!splitCommandLine(arguments, request.arguments)) {
+    fLog->error("not starting {}: a quote is not closed in its arguments: {}", executable,
+                arguments);
+    return -EINVAL;
+  }
+  return launch(request, pid);
+}
+
+int ProcessUtilities::run(std::string const& commandLine, unsigned int& pid) {
+  SpawnRequest request{{}, {}, {}, fSettings.programOutput};
+  auto& words = request.arguments;
+  if (!splitCommandLine(commandLine, words) || words.empty()) {
+    fLog->error("cannot be run, empty or a quote is not closed: {}", commandLine);
+    return -EINVAL;
+  }
+  request.executable = words.front();
+  words.erase(words.begin());
+  return launch(request, pid);
+}
+
+int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
+  const SpawnOutcome outcome = fWorld.spawner->spawn(request);
+  if (outcome.error != 0) {
+    fLog->error("program {} {}: {}", request.executable, outcome.cause,
+                std::strerror(outcome.error));
+    return -outcome.error;
+  }
+  if (!outcome.cause.empty()) fLog->warn("program {}: {}", request.executable, outcome.cause);
+  pid = outcome.pid;
+  UniqueFd descriptor;
+  // Without one the child is looked for now and then.
+  static_cast<void>(fWorld.signals->open(pid, descriptor));
+  fReaper.adopt(pid, std::move(descriptor), request.executable);
+  return PResult::ok;
+}
+
+std::vector<unsigned int> ProcessUtilities::takeKilled() {
+  const std::lock_guard lock(fMutex);
+  return std::exchange(fKilledSinceFind, {});
+}

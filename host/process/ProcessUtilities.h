@@ -1,0 +1,66 @@
+#pragma once
+
+#include <spdlog/logger.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "host/libvesk/IProcessUtilities.h"
+#include "host/process/CpuMeter.h"
+#include "host/process/IClock.h"
+#include "host/process/IProcessSignals.h"
+#include "host/process/ISpawner.h"
+#include "host/process/ProcessFinder.h"
+#include "host/process/ProcessSettings.h"
+#include "host/process/ProcessTree.h"
+#include "host/process/Reaper.h"
+
+/// What the process utilities need of the machine beside its process table.
+struct ProcessWorld {
+  std::unique_ptr<IClock> clock;
+  std::unique_ptr<IProcessSignals> signals;
+  std::unique_ptr<ISpawner> spawner;
+
+  /// The machine that this process runs on.
+  static ProcessWorld real();
+};
+
+/// The process utilities of Linux: what stands behind `PProcess`, which says what
+/// each operation means. Any thread may call. Destruction waits for processes
+/// that are being ended; started programs go on.
+class ProcessUtilities : public IProcessUtilities {
+ public:
+  ProcessUtilities(ProcessSettings settings, std::shared_ptr<spdlog::logger> log,
+                   ProcessWorld world = ProcessWorld::real());
+
+  int find(std::string const& name, std::vector<unsigned int>& pids,
+           std::vector<unsigned int>& parentPids) override;
+  int getCPUUsage(unsigned int pid, unsigned int& percent) override;
+  int getMemoryUsage(unsigned int pid, unsigned long long& kib) override;
+  int isRunning(unsigned int pid, bool& running) override;
+  int kill(unsigned int pid) override;
+  int start(std::string const& executable, std::string const& arguments,
+            std::string const& workingDir, unsigned int& pid) override;
+
+  /// Starts a whole command line, program and arguments, without waiting for
+  /// anything; its end is logged.
+  /// @return 0 when it is running, or as `start`.
+  int run(std::string const& commandLine, unsigned int& pid);
+
+ private:
+  bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
+  int launch(SpawnRequest const& request, unsigned int& pid);
+  std::vector<unsigned int> takeKilled();
+
+  ProcessSettings fSettings;
+  std::shared_ptr<spdlog::logger> fLog;
+  ProcessWorld fWorld;
+  ProcessTree fTree;
+  ProcessFinder fFinder;
+  std::mutex fMutex;  ///< guards the two that follow
+  CpuMeter fCpuMeter;
+  std::vector<unsigned int> fKilledSinceFind;
+  Reaper fReaper;
+};

@@ -1,0 +1,194 @@
+// The framework's facilities on Linux, as a plug-in meets them.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <mutex>
+#include <new>
+
+#include "framework/PConditionalVar.h"
+#include "framework/PMutex.h"
+#include "framework/PProcess.h"
+#include "framework/PResult.h"
+#include "framework/PString.h"
+#include "framework/PThread.h"
+#include "framework/PTime.h"
+#include "framework/PUtils.h"
+#include "framework/veskGetInstance.h"
+#include "host/RefCounted.h"
+#include "host/libvesk/Runtime.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(TextTest, StringsOwnWhatTheyHoldAndLiteralsView) {
+  PString text(L"abc");
+  const PLiteral view = text;
+  EXPECT_EQ(view.c_str(), text.c_str());
+  PString copy = text;
+  text.append(text);
+  text.append(L"!");
+  EXPECT_TRUE(text == L"abcabc!");
+  EXPECT_TRUE(copy == L"abc");
+  text = PLiteral(text.c_str() + 3);  // a view of itself
+  EXPECT_TRUE(text == L"abc!");
+  copy = std::move(text);
+  EXPECT_TRUE(copy == L"abc!" && text.isEmpty() && text.c_str()[0] == 0);
+  PString moved(std::move(copy));
+  EXPECT_TRUE(moved == L"abc!" && copy == PLiteral());
+  EXPECT_TRUE(PLiteral(nullptr).isEmpty());
+}
+
+TEST(TextTest, OrderIsByCodePointAndExact) {
+  const std::array<PLiteral, 7> ascending = {L"", L"A", L"AB", L"B", L"a", L"é", L"\U0001F600"};
+  for (std::size_t i = 0; i < ascending.size(); ++i) {
+    for (std::size_t j = 0; j < ascending.size(); ++j) {
+      EXPECT_EQ(ascending[i] < ascending[j], i < j);
+      EXPECT_EQ(ascending[i] == ascending[j], i == j);
+    }
+  }
+}
+
+TEST(TextTest, Utf8AtTheEdges) {
+  const std::array<std::pair<PLiteral, std::string>, 3> same = {
+      {{L"", ""},
+       {L"plain", "plain"},
+       {L"é \u20AC \U0001F600", "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"}}};
+  for (auto const& [text, bytes] : same) {
+    EXPECT_EQ(PUtils::toUtf8(text), bytes);
+    EXPECT_TRUE(PUtils::fromUtf8(bytes) == text);
+  }
+  EXPECT_TRUE(PUtils::fromUtf8("a\xFF\xC3z"s) == L"a\uFFFD\uFFFDz");
+  EXPECT_TRUE(PUtils::fromUtf8("a\0b"s) == L"a");
+  const std::array<wchar_t, 4> wild = {wchar_t(0xD800), wchar_t(0x110000), L'x', 0};
+  EXPECT_EQ(PUtils::toUtf8(wild.data()), "\xEF\xBF\xBD\xEF\xBF\xBDx");
+
+  PString number(L"before");
+  EXPECT_EQ(PUtils::int32ToStr(std::numeric_limits<int>::min(), number), 0);
+  EXPECT_TRUE(number == L"-2147483648");
+}
+
+TEST(ThreadTest, WhatIsNotInitialisedFailsAndDoesNothing) {
+  PMutex mutex;
+  PConditionalVar condition;
+  EXPECT_EQ(mutex.lock(), -EINVAL);
+  EXPECT_EQ(mutex.tryLock(), -EINVAL);
+  EXPECT_EQ(mutex.unlock(), -EINVAL);
+  EXPECT_EQ(condition.notifyAll(), -EINVAL);
+  EXPECT_EQ(condition.init(), 0);
+  EXPECT_EQ(condition.init(), -EBUSY);
+  EXPECT_EQ(condition.wait(&mutex, 1), -EINVAL);
+  EXPECT_EQ(condition.wait(nullptr, 1), -EINVAL);
+  EXPECT_EQ(mutex.init(false), 0);
+  EXPECT_EQ(mutex.init(false), -EBUSY);
+  EXPECT_EQ(mutex.unlock(), -EPERM);
+  EXPECT_EQ(mutex.lock(), 0);
+  EXPECT_EQ(mutex.lock(), -EDEADLK);
+  EXPECT_EQ(condition.wait(&mutex, 1), PResult::timedOut);
+  EXPECT_EQ(mutex.unlock(), 0);
+
+  PMutex recursive;
+  EXPECT_EQ(recursive.init(true), 0);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(recursive.lock(), 0);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(recursive.unlock(), 0);
+  EXPECT_EQ(recursive.unlock(), -EPERM);
+}
+
+struct Worker {
+  PMutex mutex;
+  PConditionalVar condition;
+  bool isDone = false;
+  void* id = nullptr;
+  std::array<char, 16> name{};
+
+  static void* run(void* argument) {
+    auto& self = *static_cast<Worker*>(argument);
+    EXPECT_EQ(PThread::setName("[PProcessWatchdog]"), 0);
+    const std::lock_guard lock(self.mutex);
+    ::pthread_getname_np(::pthread_self(), self.name.data(), self.name.size());
+    self.id = PThread::getCurrentThreadId();
+    self.isDone = true;
+    self.condition.notifyAll();
+    return argument;
+  }
+};
+
+TEST(ThreadTest, RunsOnceAndIsJoinedOnce) {
+  Worker worker;
+  ASSERT_EQ(worker.mutex.init(true), 0);
+  ASSERT_EQ(worker.condition.init(), 0);
+  PThread thread;
+  void* result = nullptr;
+  EXPECT_EQ(thread.getThreadId(), nullptr);
+  EXPECT_EQ(thread.pjoin(result), -ESRCH);
+  EXPECT_EQ(thread.pdetach(), -ESRCH);
+  {
+    const std::lock_guard lock(worker.mutex);
+    ASSERT_EQ(thread.pcreate(&Worker::run, &worker), 0);
+    EXPECT_EQ(thread.pcreate(&Worker::run, &worker), -EBUSY);
+    while (!worker.isDone) EXPECT_EQ(worker.condition.wait(&worker.mutex, 60'000), 0);
+  }
+  EXPECT_EQ(worker.id, thread.getThreadId());
+  EXPECT_STREQ(worker.name.data(), "[PProcessWatchd");
+  EXPECT_EQ(thread.pjoin(result), 0);
+  EXPECT_EQ(result, &worker);
+  EXPECT_EQ(thread.pdetach(), -ESRCH) << "a detach after a join touches nothing";
+
+  // A thread nobody joined is waited for: the race detector would see it otherwise.
+  worker.isDone = false;
+  {
+    PThread forgotten;
+    ASSERT_EQ(forgotten.pcreate(&Worker::run, &worker), 0);
+  }
+  EXPECT_TRUE(worker.isDone);
+}
+
+TEST(TimeTest, DifferencesWrapAround) {
+  constexpr long long kMost = std::numeric_limits<long long>::max();
+  constexpr long long kLeast = std::numeric_limits<long long>::min();
+  EXPECT_EQ(PTime::getTickCountDiff(5, 3), -2);
+  EXPECT_EQ(PTime::getTickCountDiff(kMost, kLeast), 1);
+  const long long before = PTime::getTickCount();
+  EXPECT_GT(before, 0);
+  EXPECT_GE(PTime::getTickCountDiff(before, PTime::getTickCount()), 0);
+}
+
+class Service : public RefCounted<IBase> {
+ public:
+  explicit Service(int& living) : fLiving(living) { ++fLiving; }
+
+ private:
+  ~Service() override { --fLiving; }
+  int& fLiving;
+};
+
+TEST(RuntimeTest, ServicesAreFoundHeldAndGivenBack) {
+  int living = 0;
+  IBase* instance = nullptr;
+  auto* const shared = new Service(living);
+  Runtime::provide(L"shared", shared);
+  Runtime::provide(L"new", [&](IBase*& out) { return out = new Service(living), 0; });
+  Runtime::provide(L"refuses", [](IBase*&) { return -13; });
+  Runtime::provide(L"throws", [](IBase*&) -> int { throw std::bad_alloc(); });
+  EXPECT_EQ(veskGetInstance(L"shared", instance), 0);
+  EXPECT_EQ(instance, shared);
+  EXPECT_EQ(veskGetInstance(L"refuses", instance), -13);
+  EXPECT_EQ(veskGetInstance(L"throws", instance), PResult::outOfMemory);
+  EXPECT_EQ(veskGetInstance(L"Shared", instance), PResult::notFound);
+  EXPECT_EQ(instance, nullptr);
+  EXPECT_EQ(veskGetInstance(L"new", instance), 0);
+  EXPECT_EQ(living, 2);
+  EXPECT_EQ(instance->incRef(), 1);
+  EXPECT_EQ(instance->decRef(), 0);
+  Runtime::reset();
+  EXPECT_EQ(living, 0);
+
+  bool running = false;
+  EXPECT_EQ(PProcess::isRunning(1, running), -ENOSYS) << "no host, no processes";
+}
+
+}  // namespace

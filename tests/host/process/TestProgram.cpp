@@ -1,0 +1,59 @@
+// A program for tests to start, find, measure and end. Says "ready" once it is
+// what its first argument asks for, and then stays until it is killed.
+
+#include <dirent.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+void stay() {
+  std::puts("ready");
+  std::fflush(stdout);
+  for (;;) ::pause();
+}
+
+/// Prints what the program was given at its start, a line each.
+void report(int argc, char** argv) {
+  for (int i = 2; i < argc; ++i) std::printf("argument %s|\n", argv[i]);
+  {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.rfind("SigBlk", 0) == 0 || line.rfind("SigIgn", 0) == 0) std::puts(line.c_str());
+    }
+  }
+  DIR* const folder = ::opendir("/proc/self/fd");
+  int descriptors = -1;  // the folder's own does not count
+  while (const dirent* entry = ::readdir(folder))
+    if (entry->d_name[0] != '.') ++descriptors;
+  std::printf("descriptors %d\n", descriptors);
+  std::printf("session %s\n", ::getsid(0) == ::getpid() ? "own" : "other");
+  char cwd[4096];
+  std::printf("folder %s\n", ::getcwd(cwd, sizeof cwd));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string mode = argc > 1 ? argv[1] : "stay";
+  if (mode == "exit") return argc > 2 ? std::stoi(argv[2]) : 0;
+  if (mode == "stubborn") std::signal(SIGTERM, SIG_IGN);
+  if (mode == "report") report(argc, argv);
+  if (mode == "leaderless") {
+    std::thread(stay).detach();
+    ::pthread_exit(nullptr);
+  }
+  if (mode == "spin") {
+    std::puts("ready");
+    std::fflush(stdout);
+    for (;;) static_cast<void>(::getppid());
+  }
+  stay();
+}
