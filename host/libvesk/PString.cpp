@@ -9,13 +9,13 @@ void PString::view() noexcept {
 
 PString::PString() noexcept { view(); }
 
-PString::PString(PLiteral const& text) : PLiteral(), fOwned(text.c_str(), text.length()) { view(); }
+PString::PString(PLiteral const& text) : fOwned(text.c_str(), text.length()) { view(); }
 
 PString::PString(const wchar_t* text) : PString(PLiteral(text)) {}
 
-PString::PString(PString const& other) : PLiteral(), fOwned(other.fOwned) { view(); }
+PString::PString(PString const& other) : PLiteral(other), fOwned(other.fOwned) { view(); }
 
-PString::PString(PString&& other) noexcept : PLiteral(), fOwned(std::move(other.fOwned)) {
+PString::PString(PString&& other) noexcept : fOwned(std::move(other.fOwned)) {
   other.clear();
   view();
 }

@@ -60,7 +60,7 @@ std::string resolve(std::string const& executable) {
   std::string_view rest = path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin";
   while (!rest.empty()) {
     const auto length = std::min(rest.find(':'), rest.size());
-    const std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
+    std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
     if (length > 0 && ::access(candidate.c_str(), X_OK) == 0) return candidate;
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }

@@ -160,6 +160,8 @@ class PProcessWatchdog::EntryLoader {
   PString fText;
 };
 
+// By value, so that the entry stays held for as long as it is being filled.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int PProcessWatchdog::__loadProcessEntryConfig(unsigned int index, PBaseptr<IConfig>& config,
                                                PBaseptr<PProcessWatchdogEntry> entry) {
   PString key;

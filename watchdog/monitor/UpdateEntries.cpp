@@ -9,7 +9,8 @@ bool PProcessWatchdog::ProcData::isWindowOver(unsigned long long now, unsigned i
   const long long elapsed =
       PTime::getTickCountDiff(static_cast<long long>(windowStart), static_cast<long long>(now));
   // The product wraps at 32 bits, and only then widens.
-  return elapsed >= static_cast<long long>(kMsPerSecond * period);
+  const unsigned int threshold = kMsPerSecond * period;
+  return elapsed >= threshold;
 }
 
 void PProcessWatchdog::__updateEntries() {

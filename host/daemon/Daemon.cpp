@@ -1,0 +1,60 @@
+#include "host/daemon/Daemon.h"
+
+#include <unistd.h>
+
+#include <utility>
+
+#include "host/daemon/PluginLoader.h"
+#include "host/daemon/Services.h"
+
+namespace {
+
+/// Not a name of the C library's, whose texts are sentences ("Hangup").
+const char* nameOf(int signal) {
+  switch (signal) {
+    case SIGTERM:
+      return "SIGTERM";
+    case SIGINT:
+      return "SIGINT";
+    default:
+      return "SIGHUP";
+  }
+}
+
+/// Runs the opened plug-ins. @return false when one of them cannot be started.
+bool runPlugins(PluginLoader& plugins, Services const& services, spdlog::logger& log,
+                StopSignals& signals) {
+  const bool started = plugins.start();
+  services.configuration().reportUnused();
+  if (started) {
+    log.info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
+             plugins.count());
+    const int signal = signals.wait();
+    log.info("stopping: {}", nameOf(signal));
+  }
+  plugins.stop();
+  return started;
+}
+
+}  // namespace
+
+ExitCode runDaemon(DaemonSetup setup, std::shared_ptr<LogOutput> const& output,
+                   StopSignals& signals) {
+  const auto log = output->logger("veskd");
+  if (::geteuid() != 0) {
+    log->warn("not root: processes of other users can be watched but not ended");
+  }
+  // Before the services, so that the libraries are unloaded after them: events
+  // on their way may carry objects of a plug-in.
+  PluginLoader plugins(log);
+  if (!plugins.open(setup.settings.plugins)) return ExitCode::pluginFailed;
+
+  bool started = false;
+  {
+    const Services services(setup.settings, std::move(setup.mainFile), output);
+    started = runPlugins(plugins, services, *log, signals);
+  }
+  if (!started) return ExitCode::pluginFailed;
+  log->info("stopped");
+  return ExitCode::stopped;
+}

@@ -1,0 +1,151 @@
+#include "host/daemon/HostSettings.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+#include "host/process/CommandLine.h"
+#include "host/services/LogLevels.h"
+
+namespace {
+
+constexpr long long kLongestGraceMs = 600'000;
+
+/// What is being filled, and the folder that its paths are relative to.
+struct Target {
+  HostSettings settings;
+  std::filesystem::path folder;
+
+  std::string absolute(std::string const& path) const {
+    return path.empty() ? path : (folder / path).lexically_normal().string();
+  }
+};
+
+/// Takes a value over. @return the part of it that is not as expected, or null.
+using Store = ConfigValue const* (*)(ConfigValue const& value, Target& target);
+
+/// The text of a value, if it is one and can be handed to the system as it is.
+std::string const* textOf(ConfigValue const& value) {
+  auto const* text = std::get_if<std::string>(&value.content);
+  return text != nullptr && text->find('\0') == std::string::npos ? text : nullptr;
+}
+
+template <auto member>
+ConfigValue const* storePath(ConfigValue const& value, Target& target) {
+  std::string const* path = textOf(value);
+  if (path == nullptr) return &value;
+  target.settings.*member = target.absolute(*path);
+  return nullptr;
+}
+
+ConfigValue const* storeLogFile(ConfigValue const& value, Target& target) {
+  std::string const* path = textOf(value);
+  if (path == nullptr) return &value;
+  target.settings.log.file = target.absolute(*path);
+  return nullptr;
+}
+
+ConfigValue const* storePlugins(ConfigValue const& value, Target& target) {
+  auto const* array = std::get_if<ConfigValue::Array>(&value.content);
+  if (array == nullptr) return &value;
+  for (ConfigValue const& element : *array) {
+    std::string const* path = textOf(element);
+    if (path == nullptr || path->empty()) return &element;
+    target.settings.plugins.push_back(target.absolute(*path));
+  }
+  return nullptr;
+}
+
+ConfigValue const* storeLogLevel(ConfigValue const& value, Target& target) {
+  std::string const* name = textOf(value);
+  const auto level = name != nullptr ? logLevelOf(*name) : std::nullopt;
+  if (!level) return &value;
+  target.settings.log.level = *level;
+  return nullptr;
+}
+
+ConfigValue const* storeKillGrace(ConfigValue const& value, Target& target) {
+  auto const* milliseconds = std::get_if<long long>(&value.content);
+  if (milliseconds == nullptr || *milliseconds < 0 || *milliseconds > kLongestGraceMs) {
+    return &value;
+  }
+  target.settings.killGrace = std::chrono::milliseconds(*milliseconds);
+  return nullptr;
+}
+
+ConfigValue const* storeRestartCommand(ConfigValue const& value, Target& target) {
+  std::string const* command = textOf(value);
+  std::vector<std::string> words;
+  if (command == nullptr || !splitCommandLine(*command, words)) return &value;
+  // Blanks alone are not the same as nothing: they would never restart.
+  if (words.empty() != command->empty()) return &value;
+  target.settings.restartCommand = *command;
+  return nullptr;
+}
+
+struct Row {
+  const char* key;
+  const char* expected;
+  Store store;
+};
+
+constexpr std::array<Row, 7> kRows = {{
+    {"plugins", "an array of strings that name files", storePlugins},
+    {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
+    {"log_file", "a string that names a file", storeLogFile},
+    {"config_dir", "a string that names a folder", storePath<&HostSettings::configDir>},
+    {"kill_grace_ms", "an integer from 0 to 600000", storeKillGrace},
+    {"program_output", "a string that names a file", storePath<&HostSettings::programOutput>},
+    {"restart_command", "a command line with every quote closed", storeRestartCommand},
+}};
+
+/// A value of the right type is wrong by what it says, so that is shown.
+std::string describeContent(ConfigValue const& value) {
+  std::string const* text = textOf(value);
+  return text != nullptr ? fmt::format("\"{}\"", *text) : describe(value);
+}
+
+using Complaint = std::pair<FilePosition, std::string>;
+
+void readEntry(std::string const& key, ConfigEntry const& entry, Target& target,
+               std::vector<Complaint>& complaints) {
+  if (key == kHostTable) {
+    complaints.emplace_back(entry.keyPosition, fmt::format("`{}' is {}, but a table is expected",
+                                                           key, describe(entry.value)));
+    return;
+  }
+  const std::string_view name =
+      std::string_view(key).substr(std::string_view(kHostTable).size() + 1);
+  const auto* row = std::find_if(kRows.begin(), kRows.end(),
+                                 [name](Row const& candidate) { return name == candidate.key; });
+  if (row == kRows.end()) {
+    complaints.emplace_back(entry.keyPosition, fmt::format("unknown key `{}'", key));
+    return;
+  }
+  ConfigValue const* wrong = row->store(entry.value, target);
+  if (wrong == nullptr) return;
+  complaints.emplace_back(wrong->position, fmt::format("`{}' {} {}, but {} is expected", key,
+                                                       wrong == &entry.value ? "is" : "contains",
+                                                       describeContent(*wrong), row->expected));
+}
+
+}  // namespace
+
+std::variant<HostSettings, Failure> readHostSettings(std::string const& path,
+                                                     ConfigEntries const& entries) {
+  Target target{{}, std::filesystem::absolute(path).parent_path()};
+  std::vector<Complaint> complaints;
+  for (auto const& [key, entry] : entries) readEntry(key, entry, target, complaints);
+  if (complaints.empty()) return std::move(target.settings);
+
+  std::sort(complaints.begin(), complaints.end());
+  Failure failure{ExitCode::badConfiguration, {}};
+  for (auto const& [position, text] : complaints) {
+    failure.lines.push_back(atPosition(path, position) + text);
+  }
+  return failure;
+}

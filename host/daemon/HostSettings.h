@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/daemon/Failure.h"
+#include "host/services/LogOutput.h"
+#include "host/services/TomlFile.h"
+
+/// The host's own table of the configuration file.
+inline constexpr const char* kHostTable = "host";
+
+/// The host's own settings. Paths in the file are relative to the file's folder;
+/// here they are absolute, or empty where nothing is set.
+struct HostSettings {
+  std::vector<std::string> plugins;
+  LogSettings log;
+  std::string configDir;                      ///< one file per plug-in; empty: the main file
+  std::chrono::milliseconds killGrace{3000};  ///< between SIGTERM and SIGKILL
+  std::string programOutput;                  ///< what started programs write; empty: nowhere
+  std::string restartCommand;  ///< restarts the operating system; empty: the kernel does
+};
+
+/// Reads the settings out of the entries of the host's table. Nothing is guessed:
+/// an unknown key, another type or a value out of range is a line of the failure,
+/// all of them at once and in the order of the file.
+/// @param path of the file that the entries are from.
+std::variant<HostSettings, Failure> readHostSettings(std::string const& path,
+                                                     ConfigEntries const& entries);

@@ -1,0 +1,54 @@
+#include "host/daemon/Services.h"
+
+#include <unistd.h>
+
+#include <utility>
+
+#include "framework/PResult.h"
+#include "host/libvesk/Runtime.h"
+#include "host/process/ProcessUtilities.h"
+#include "host/services/EventDispatcher.h"
+#include "host/services/ExtCounters.h"
+#include "host/services/HoldRef.h"
+#include "host/services/Logger.h"
+#include "host/services/OsRestart.h"
+
+namespace {
+
+std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
+                                                LogOutput const& output) {
+  ProcessSettings process;
+  process.killGrace = settings.killGrace;
+  process.programOutput = settings.programOutput;
+  return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"));
+}
+
+RestartMeans restartMeans(HostSettings const& settings,
+                          std::shared_ptr<ProcessUtilities> utilities) {
+  return {settings.restartCommand,
+          [utilities = std::move(utilities)](std::string const& commandLine, unsigned int& pid) {
+            return utilities->run(commandLine, pid);
+          },
+          restartThisMachine, ::geteuid() == 0};
+}
+
+}  // namespace
+
+Services::Services(HostSettings const& settings, std::optional<TomlFile> mainFile,
+                   std::shared_ptr<LogOutput> const& output)
+    : fConfigManager(holdRef(new ConfigManager({settings.configDir, std::move(mainFile)},
+                                               output->logger("vesk.config")))) {
+  const auto utilities = makeUtilities(settings, *output);
+  Runtime::install(utilities);
+  Runtime::provide(ID_ILOGGER, [output](IBase*& instance) {
+    instance = new Logger(output);
+    return PResult::ok;
+  });
+  Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
+  Runtime::provide(ID_IEVENTDISPATCHER, new EventDispatcher(output->logger("vesk.events")));
+  Runtime::provide(ID_IEXTCOUNTERS, new ExtCounters);
+  Runtime::provide(ID_IOSRESTART, new OsRestart(restartMeans(settings, utilities),
+                                                output->logger("vesk.restart")));
+}
+
+Services::~Services() { Runtime::reset(); }

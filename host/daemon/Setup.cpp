@@ -1,0 +1,68 @@
+#include "host/daemon/Setup.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "host/services/AppendableFile.h"
+
+namespace {
+
+/// Reads the file into `setup`. @return the failure, if there is one.
+std::optional<Failure> readFile(std::string const& path, DaemonSetup& setup) {
+  auto read = readTomlFile(path);
+  if (auto* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
+    const auto code =
+        failure->code == -EINVAL ? ExitCode::badConfiguration : ExitCode::noConfiguration;
+    return Failure{code, {std::move(failure->message)}};
+  }
+  setup.mainFile = std::get<TomlFile>(std::move(read));
+  auto settings = readHostSettings(path, setup.mainFile->takeTable(kHostTable));
+  if (auto* failure = std::get_if<Failure>(&settings); failure != nullptr) {
+    return std::move(*failure);
+  }
+  setup.settings = std::get<HostSettings>(std::move(settings));
+  return std::nullopt;
+}
+
+Failure noPlugin(std::string const& file) {
+  if (file.empty()) {
+    return {ExitCode::badCommandLine,
+            {"nothing to run: no configuration file (-c) and no plug-in (--plugin) is given"}};
+  }
+  return {ExitCode::badConfiguration,
+          {file + ": nothing to run: the table [host] names no plug-ins, nor does --plugin"}};
+}
+
+}  // namespace
+
+std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
+  DaemonSetup setup;
+  if (!options.configFile.empty()) {
+    if (auto failure = readFile(options.configFile, setup)) return std::move(*failure);
+  }
+  for (std::string const& plugin : options.plugins) {
+    setup.settings.plugins.push_back(std::filesystem::absolute(plugin));
+  }
+  if (options.logLevel) setup.settings.log.level = *options.logLevel;
+  if (setup.settings.plugins.empty()) return noPlugin(options.configFile);
+  return setup;
+}
+
+std::variant<std::shared_ptr<LogOutput>, Failure> openOutputs(HostSettings const& settings) {
+  std::string cause;
+  auto output = LogOutput::open(settings.log, cause);
+  if (output == nullptr) {
+    return Failure{ExitCode::noOutput,
+                   {"cannot open the log file " + settings.log.file + ": " + cause}};
+  }
+  if (!settings.programOutput.empty()) {
+    if (const int res = ensureAppendable(settings.programOutput); res != 0) {
+      return Failure{ExitCode::noOutput,
+                     {"cannot open the program output " + settings.programOutput + ": " +
+                      std::generic_category().message(-res)}};
+    }
+  }
+  return output;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <spdlog/logger.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "framework/IConfigManager.h"
+#include "host/RefCounted.h"
+#include "host/services/ConfigDocument.h"
+
+/// Where configurations are looked up by identifier.
+struct ConfigSources {
+  /// The folder that holds one file per identifier, `<identifier>.toml`. Empty:
+  /// the main file serves every identifier.
+  std::string directory;
+
+  /// The host's own file, without the host's own table; nothing when there is none.
+  std::optional<TomlFile> mainFile;
+};
+
+/// Opens TOML files. What is wrong with a file is logged here; clients get a
+/// code.
+class ConfigManager : public RefCounted<IConfigManager> {
+ public:
+  ConfigManager(ConfigSources sources, std::shared_ptr<spdlog::logger> log);
+
+  int loadByPath(PLiteral const& path, PBaseptr<IConfig>& config) override;
+  int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override;
+
+  /// Warns about all of the main file that no plug-in has asked for. For the end
+  /// of the start: the main file has as many readers as there are plug-ins.
+  void reportUnused() const;
+
+ private:
+  ~ConfigManager() override = default;
+
+  int openFile(PLiteral const& id, std::string const& path, PBaseptr<IConfig>& config) const;
+  int openMain(PLiteral const& id, PBaseptr<IConfig>& config) const;
+
+  std::string fDirectory;
+  std::shared_ptr<spdlog::logger> fLog;
+  std::shared_ptr<ConfigDocument> fMain;
+};

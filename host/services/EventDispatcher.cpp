@@ -1,0 +1,42 @@
+#include "host/services/EventDispatcher.h"
+
+#include <cerrno>
+#include <utility>
+
+#include "framework/PGuard.h"
+#include "framework/PThread.h"
+
+EventDispatcher::EventDispatcher(std::shared_ptr<spdlog::logger> log, std::size_t capacity)
+    : fQueue(std::make_shared<EventQueue>(std::move(log), capacity)),
+      // The thread shares the queue: it may outlive this object, see below.
+      fThread([queue = fQueue] {
+        PThread::setName("vesk-events");
+        queue->run();
+      }) {}
+
+EventDispatcher::~EventDispatcher() {
+  fQueue->stop();
+  // A listener may have held the last reference; no thread joins itself.
+  if (fThread.get_id() == std::this_thread::get_id()) {
+    fThread.detach();
+  } else {
+    fThread.join();
+  }
+}
+
+int EventDispatcher::subscribe(PLiteral const& topic, IEventListener* listener) {
+  return pGuarded([&] {
+    if (listener == nullptr) return -EINVAL;
+    fQueue->subscribe(topic, listener);
+    return PResult::ok;
+  });
+}
+
+int EventDispatcher::unsubscribe(PLiteral const& topic, IEventListener* listener) {
+  return pGuarded(
+      [&] { return fQueue->unsubscribe(topic, listener) ? PResult::ok : PResult::notFound; });
+}
+
+int EventDispatcher::postEvent(PLiteral const& topic, IBase* source, int value) {
+  return pGuarded([&] { return fQueue->post(topic, source, value) ? PResult::ok : -ENOBUFS; });
+}

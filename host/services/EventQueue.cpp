@@ -1,0 +1,97 @@
+#include "host/services/EventQueue.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "framework/PUtils.h"
+#include "host/services/HoldRef.h"
+
+EventQueue::EventQueue(std::shared_ptr<spdlog::logger> log, std::size_t capacity)
+    : fLog(std::move(log)), fCapacity(capacity) {}
+
+void EventQueue::subscribe(PLiteral const& topic, IEventListener* listener) {
+  Subscription subscription{topic, holdRef(listener), 0};
+  const std::lock_guard lock(fMutex);
+  subscription.since = fPosted;
+  fSubscriptions.push_back(std::move(subscription));
+}
+
+bool EventQueue::unsubscribe(PLiteral const& topic, IEventListener* listener) {
+  std::shared_ptr<IEventListener> released;
+  const std::lock_guard lock(fMutex);
+  const auto found = std::find_if(
+      fSubscriptions.begin(), fSubscriptions.end(), [&](Subscription const& subscription) {
+        return subscription.listener.get() == listener && subscription.topic == topic;
+      });
+  if (found == fSubscriptions.end()) return false;
+  released = std::move(found->listener);
+  fSubscriptions.erase(found);
+  return true;
+}
+
+bool EventQueue::post(PLiteral const& topic, IBase* source, int value) {
+  Event event{topic, holdRef(source), value, 0};
+  const std::lock_guard lock(fMutex);
+  if (fEvents.size() >= fCapacity) return false;
+  event.number = fPosted;
+  fEvents.push_back(std::move(event));
+  ++fPosted;
+  fChanged.notify_one();
+  return true;
+}
+
+void EventQueue::run() {
+  while (true) {
+    try {
+      if (!deliverNext()) return;
+    } catch (std::exception const& error) {
+      fLog->error("an event is lost: {}", error.what());
+    }
+  }
+}
+
+bool EventQueue::deliverNext() {
+  Event event{};
+  std::vector<std::shared_ptr<IEventListener>> listeners;
+  {
+    std::unique_lock lock(fMutex);
+    fChanged.wait(lock, [this] { return fStopped || !fEvents.empty(); });
+    if (fEvents.empty()) return false;
+    event = std::move(fEvents.front());
+    fEvents.pop_front();
+    listeners = listenersOf(event);
+  }
+  for (auto const& listener : listeners) deliver(*listener, event);
+  return true;
+}
+
+void EventQueue::stop() {
+  const std::lock_guard lock(fMutex);
+  fStopped = true;
+  fChanged.notify_one();
+}
+
+std::vector<std::shared_ptr<IEventListener>> EventQueue::listenersOf(Event const& event) const {
+  std::vector<std::shared_ptr<IEventListener>> listeners;
+  for (Subscription const& subscription : fSubscriptions) {
+    const bool wanted = subscription.since <= event.number &&
+                        (subscription.topic.isEmpty() || subscription.topic == event.topic);
+    // Once per event, however many of its subscriptions the event fits.
+    if (wanted &&
+        std::find(listeners.begin(), listeners.end(), subscription.listener) == listeners.end()) {
+      listeners.push_back(subscription.listener);
+    }
+  }
+  return listeners;
+}
+
+void EventQueue::deliver(IEventListener& listener, Event const& event) const {
+  try {
+    listener.onEvent(event.topic, event.source.get(), event.value);
+  } catch (std::exception const& error) {
+    fLog->error("a listener of `{}' failed: {}", PUtils::toUtf8(event.topic), error.what());
+  } catch (...) {
+    fLog->error("a listener of `{}' failed", PUtils::toUtf8(event.topic));
+  }
+}

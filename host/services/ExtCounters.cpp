@@ -1,0 +1,32 @@
+#include "host/services/ExtCounters.h"
+
+#include <cerrno>
+
+#include "framework/PGuard.h"
+#include "framework/PUtils.h"
+
+int ExtCounters::increment(PLiteral const& name) {
+  return pGuarded([&] {
+    if (name.isEmpty()) return -EINVAL;
+    const std::lock_guard lock(fMutex);
+    ++fValues[name];
+    return PResult::ok;
+  });
+}
+
+int ExtCounters::getValue(PLiteral const& name, unsigned long long& value) const {
+  return pGuarded([&] {
+    const std::lock_guard lock(fMutex);
+    const auto found = fValues.find(name);
+    if (found == fValues.end()) return PResult::notFound;
+    value = found->second;
+    return PResult::ok;
+  });
+}
+
+std::map<std::string, unsigned long long> ExtCounters::snapshot() const {
+  std::map<std::string, unsigned long long> values;
+  const std::lock_guard lock(fMutex);
+  for (auto const& [name, value] : fValues) values[PUtils::toUtf8(name)] = value;
+  return values;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "framework/IExtCounters.h"
+#include "framework/PString.h"
+#include "host/RefCounted.h"
+
+/// Named counters, and the host's own look at all of them. Any thread may call.
+class ExtCounters : public RefCounted<IExtCounters> {
+ public:
+  ExtCounters() = default;
+
+  /// @return 0, or -EINVAL for the empty name.
+  int increment(PLiteral const& name) override;
+  int getValue(PLiteral const& name, unsigned long long& value) const override;
+
+  /// All counters at one moment, by their names in UTF-8.
+  std::map<std::string, unsigned long long> snapshot() const;
+
+ private:
+  ~ExtCounters() override = default;
+
+  mutable std::mutex fMutex;
+  std::map<PString, unsigned long long> fValues;
+};

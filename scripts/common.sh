@@ -1,0 +1,42 @@
+# For the scripts beside this one: packages, configuring, building.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+packages=(
+  g++ cmake ninja-build
+  libtomlplusplus-dev libspdlog-dev libfmt-dev libcli11-dev libutfcpp-dev
+  libgtest-dev libgmock-dev
+)
+lint_packages=(clang-tidy clang-format)
+
+die() {
+  printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+  exit 1
+}
+
+# Installs those of the given Debian packages that are missing.
+install_missing() {
+  local package missing=()
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+      missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  [ "$(id -u)" -eq 0 ] || die "not root, and these packages are missing: ${missing[*]}"
+  echo "Installing ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build PRESET [TARGET...]: configures and builds.
+build() {
+  local preset=$1
+  shift
+  (
+    cd "$root"
+    cmake --preset "$preset" -Wno-dev >/dev/null
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+  )
+}
