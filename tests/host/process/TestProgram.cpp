@@ -2,15 +2,12 @@
 // what its first argument asks for, and then stays until it is killed.
 
 #include <dirent.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -46,10 +43,6 @@ int main(int argc, char** argv) {
   if (mode == "exit") return argc > 2 ? std::stoi(argv[2]) : 0;
   if (mode == "stubborn") std::signal(SIGTERM, SIG_IGN);
   if (mode == "report") report(argc, argv);
-  if (mode == "leaderless") {
-    std::thread(stay).detach();
-    ::pthread_exit(nullptr);
-  }
   if (mode == "spin") {
     std::puts("ready");
     std::fflush(stdout);
