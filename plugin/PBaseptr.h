@@ -13,7 +13,9 @@ class PBaseptr : public PPtr<T> {
  public:
   PBaseptr() noexcept = default;
 
-  PBaseptr(PBaseptr const& other) : Base(other, typename Base::Unshared{}) { this->shareCopied(); }
+  PBaseptr(PBaseptr const& other) : Base(other, typename Base::Unshared{}) {
+    if (this->joinCount()) PBaseptr::newCounter();
+  }
 
   PBaseptr& operator=(PBaseptr const& other) {
     PBaseptr shared(other);
@@ -23,7 +25,10 @@ class PBaseptr : public PPtr<T> {
 
   // The base class would free the object its own way.
   ~PBaseptr() override {
-    if (this->dropShare()) PBaseptr::freePtr();
+    if (this->leaveCount()) {
+      PBaseptr::freePtr();
+      delete this->fCounter;
+    }
     this->forget();
   }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 /// A pointer that shares a plain heap object with its copies.
 ///
@@ -19,8 +20,8 @@ class PPtr {
 
   /// Shares what `other` holds. From a pointer that never counted its object the
   /// copy starts a count of its own, and `other` stays without one.
-  PPtr(PPtr const& other) : fPtr(other.fPtr), fCounter(other.fCounter), fKind(other.fKind) {
-    shareCopied();
+  PPtr(PPtr const& other) : PPtr(other, Unshared{}) {
+    if (joinCount()) PPtr::newCounter();
   }
 
   /// Releases what this pointer holds and shares what `other` holds.
@@ -31,7 +32,10 @@ class PPtr {
   }
 
   virtual ~PPtr() {
-    if (dropShare()) PPtr::freePtr();
+    if (leaveCount()) {
+      PPtr::freePtr();
+      delete fCounter;
+    }
     forget();
   }
 
@@ -58,7 +62,10 @@ class PPtr {
   PPtr& operator=(T* object) {
     if (object == fPtr) return *this;
     int* counter = object != nullptr ? new int(0) : nullptr;
-    if (dropShare()) freePtr();
+    if (leaveCount()) {
+      freePtr();
+      delete fCounter;
+    }
     fPtr = object;
     fCounter = counter;
     if (counter != nullptr) {
@@ -78,27 +85,27 @@ class PPtr {
   void setKind(int kind) noexcept { fKind = kind; }
 
  protected:
-  /// Takes part in the count of what was just copied into this pointer. Called
-  /// from constructors, so that `newCounter()` is the one of the class under
-  /// construction.
-  void shareCopied() {
-    if (fPtr == nullptr) return;
-    if (fCounter == nullptr) {
-      fCounter = new int(0);
-      newCounter();
-    }
+  struct Unshared {};
+
+  /// Copies the three members and takes no share: for constructors, which then
+  /// join the count and call the `newCounter()` of their own class.
+  PPtr(PPtr const& other, Unshared) noexcept
+      : fPtr(other.fPtr), fCounter(other.fCounter), fKind(other.fKind) {}
+
+  /// Takes a share of what was just copied into this pointer.
+  /// @return true when it is the first one: `newCounter()` is due.
+  bool joinCount() {
+    if (fPtr == nullptr) return false;
+    const bool isFirst = fCounter == nullptr;
+    if (isFirst) fCounter = new int(0);
     ++*fCounter;
+    return isFirst;
   }
 
-  /// Gives this pointer's share back. True when it was the last one: the object
-  /// is then to be freed. The count is gone, the pointer to the object is not. A
-  /// pointer without a count has no share to give.
-  bool dropShare() noexcept {
-    if (fPtr == nullptr || fCounter == nullptr || --*fCounter != 0) return false;
-    delete fCounter;
-    fCounter = nullptr;
-    return true;
-  }
+  /// Gives this pointer's share back. A pointer without a count has none.
+  /// @return true when it was the last one: the object is to be freed, and then
+  ///         the count.
+  bool leaveCount() noexcept { return fPtr != nullptr && fCounter != nullptr && --*fCounter == 0; }
 
   void forget() noexcept {
     fPtr = nullptr;
@@ -107,21 +114,10 @@ class PPtr {
   }
 
   void swap(PPtr& other) noexcept {
-    T* const ptr = fPtr;
-    int* const counter = fCounter;
-    const int kind = fKind;
-    fPtr = other.fPtr;
-    fCounter = other.fCounter;
-    fKind = other.fKind;
-    other.fPtr = ptr;
-    other.fCounter = counter;
-    other.fKind = kind;
+    std::swap(fPtr, other.fPtr);
+    std::swap(fCounter, other.fCounter);
+    std::swap(fKind, other.fKind);
   }
-
-  /// Copies the three members and takes no share: for derived constructors.
-  struct Unshared {};
-  PPtr(PPtr const& other, Unshared) noexcept
-      : fPtr(other.fPtr), fCounter(other.fCounter), fKind(other.fKind) {}
 
   T* fPtr = nullptr;
   int* fCounter = nullptr;

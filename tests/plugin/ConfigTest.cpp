@@ -67,10 +67,11 @@ getInt watchdog.process.sample_time
       "debug \twatchdog.process.sample_time = 2\n";
   for (const std::string index : {"1", "2"}) {
     for (auto const& key : kKeys) {
-      if (index == "1") fFramework.config[kPrefix + index + key.suffix] = key.value;
-      reads += key.read + kPrefix + index + key.suffix + "\n";
+      const std::string fullKey = kPrefix + index + key.suffix;
+      if (index == "1") fFramework.config[fullKey] = key.value;
+      reads.append(key.read).append(fullKey).append("\n");
       const char* const value = index == "1" ? key.byDefault : key.dumped;
-      if (value) dump += "debug \t" + kPrefix + index + key.suffix + " = " + value + "\n";
+      if (value) dump.append("debug \t").append(fullKey).append(" = ").append(value).append("\n");
     }
   }
   reads += "getString watchdog.process.3.name\n";

@@ -12,7 +12,7 @@ void throwBadAlloc() { throw std::bad_alloc(); }
 
 class Fault : public PluginFixture {};
 
-TEST_F(Fault, OfAServiceCostsOneEntryOneTick) {
+TEST_F(Fault, OfAServiceIsAFailureLikeAnyOther) {
   start();
   monitor([](E& entry) { entry.setInstEnabled(true); }, L"alpha");
   monitor([](E& entry) { entry.setInstEnabled(true); });
@@ -23,14 +23,16 @@ TEST_F(Fault, OfAServiceCostsOneEntryOneTick) {
   for (int tick = 0; tick < 2; ++tick) {
     EXPECT_EQ(tickAfter(0, {"find", "incr", "restart", "release", "error", "wait"}, true), R"(
 find alpha
-error [__updateEntries] Updating `alpha' ended by an exception, res=-1
+error [__sendEvent] Error sending `event.watchdog.process.inst_high' event for process `alpha', res=-1
+increment wd_proc_count
 find web
 increment wd_proc_count
 find zeta
 increment wd_proc_count
 restart 0
+error [__restartOs] Error restaring OS, res=-12
 release os restart
-error [__updateEntries] Updating `zeta' ended by an exception, res=-12
+error [__updateEntry] Error taking instance count action for proces `zeta', res=-12
 wait 2000
 )");
   }

@@ -18,8 +18,6 @@ class PluginFixture : public testing::Test {
   /// What a tick only reads.
   static inline const ScriptedFramework::Prefixes kReadings = {"find", "isRunning", "get", "wait"};
 
-  PluginFixture() { fPlugin = veskGetPlugin(); }
-
   void TearDown() override {
     fPlugin = nullptr;
     EXPECT_EQ(fFramework.references, 0);
@@ -76,6 +74,12 @@ class PluginFixture : public testing::Test {
     return entry;
   }
 
+  static PBaseptr<IPlugin> load() {
+    PBaseptr<IPlugin> plugin;
+    plugin = veskGetPlugin();
+    return plugin;
+  }
+
   ScriptedFramework fFramework;
-  PBaseptr<IPlugin> fPlugin;
+  PBaseptr<IPlugin> fPlugin = load();
 };

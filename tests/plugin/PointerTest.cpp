@@ -55,11 +55,12 @@ TEST(Pointer, HoldsOneReferenceForAllItsCopies) {
 TEST(Pointer, CopyOfAnUncountedOneCountsForItself) {
   Counted object;
   Uncounted const source(&object);
-  {
-    PBaseptr<Counted> const copy(source);
-    PBaseptr<Counted> const another(source);  // the source was left without a count
-    EXPECT_EQ(object.references, 2);
-  }
+  PBaseptr<Counted> const& base = source;
+  std::vector<PBaseptr<Counted>> copies;
+  copies.push_back(base);
+  copies.push_back(base);  // the source was left without a count
+  EXPECT_EQ(object.references, 2);
+  copies.clear();
   EXPECT_EQ(object.references, 0);
 }
 

@@ -25,7 +25,7 @@
 class ScriptedFramework {
  public:
   struct Process {
-    unsigned int pid, parent = 1, cpu = 0;
+    unsigned int pid = 0, parent = 1, cpu = 0;
     unsigned long long mem = 0;
     bool running = true;
   };

@@ -11,8 +11,10 @@ int PProcessWatchdog::__sendEvent(ProcEntry const& procEntry, PLiteral const& to
   }
   PBaseptr<PProcessWatchdogEntry> const source(procEntry.entry);
   // Empty where the lookup succeeded without an object.
-  const int res = fEventDispatcher ? fEventDispatcher->postEvent(topic, source.get(), value)
-                                   : PResult::notFound;
+  const int res =
+      fEventDispatcher
+          ? pGuarded([&] { return fEventDispatcher->postEvent(topic, source.get(), value); })
+          : PResult::notFound;
   if (res != PResult::ok) {
     PString const name(procEntry.entry->name());
     __logError(L"[%s] Error sending `%ls' event for process `%ls', res=%d", "__sendEvent",

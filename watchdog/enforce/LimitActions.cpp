@@ -63,7 +63,9 @@ int PProcessWatchdog::__takeInstAction(ProcEntry const& procEntry, Pids const& p
       "__takeInstAction", static_cast<unsigned long>(procEntry.instCount),
       static_cast<unsigned long>(entry->getInstLimit()), name.c_str(), actionName.c_str());
   __sendEvent(procEntry, kTopicInstHigh, static_cast<int>(procEntry.instCount));
-  if (fExtCounters) fExtCounters->increment(L"wd_proc_count");
+  if (fExtCounters) {
+    static_cast<void>(pGuarded([this] { return fExtCounters->increment(L"wd_proc_count"); }));
+  }
   return __actOnAllInstances(procEntry, pids);
 }
 

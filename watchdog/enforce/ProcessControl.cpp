@@ -87,7 +87,7 @@ int PProcessWatchdog::__restartOs(ProcEntry const& /*procEntry*/) {
     return res;
   }
   __logInfo(L"[%s] Restarting OS", "__restartOs");
-  res = osRestart->restart(0);
+  res = pGuarded([&] { return osRestart->restart(0); });
   if (res != PResult::ok) {
     __logError(L"[%s] Error restaring OS, res=%d", "__restartOs", res);
   }
