@@ -23,13 +23,8 @@ using Pids = std::vector<unsigned int>;
 TEST(ProcessStatTest, NamesMayHoldAnything) {
   for (auto const& name : {"a b"s, "(x)"s, ") R 1 1"s, "x) S 9 (y"s, "two\nlines"s, "\xff\xfe"s,
                            "fifteen-bytes-x"s, ""s}) {
-    const auto stat = parseProcessStat(statText(7, {.comm = name,
-                                                    .state = 'D',
-                                                    .parentPid = 42,
-                                                    .cpuTicks = 1ULL << 40,
-                                                    .threads = 3,
-                                                    .startTicks = 77,
-                                                    .pages = 12}));
+    const FakeProcess process{name, 'D', 42, 1ULL << 40, 3, 77, 12};
+    const auto stat = parseProcessStat(statText(7, process));
     ASSERT_TRUE(stat) << name;
     EXPECT_EQ(stat->comm, name);
     EXPECT_EQ(stat->state, 'D');
