@@ -10,7 +10,8 @@ class PBaseptr;
 /// Interface identifier of the configuration manager.
 inline constexpr wchar_t ID_ICONFIGMANAGER[] = L"com.telmor.vesk.config.manager";
 
-/// Opens configurations. May be called from any thread.
+/// Opens configurations. May be called from any thread. Whoever holds the result
+/// includes "framework/IConfig.h" and the header of the counted pointer.
 class IConfigManager : public IBase {
  public:
   /// Opens the configuration stored in a file.

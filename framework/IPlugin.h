@@ -27,7 +27,8 @@ class IPlugin : public IBase {
   /// @param id compared exactly, case included.
   /// @param instance the object, without a reference for the caller; null when
   ///        the call fails. A freshly made object has the count 0.
-  /// @return 0, or a negative code for an identifier that the plug-in does not
+  /// @return 0, with a null `instance` while the plug-in has no such object because
+  ///         it is not started; or a negative code for an identifier that the plug-in does not
   ///         offer.
   virtual int getInstance(PLiteral const& id, IBase*& instance) = 0;
 };

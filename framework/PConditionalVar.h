@@ -27,7 +27,8 @@ class VESK_API PConditionalVar {
   /// @param mutex held once by the calling thread.
   /// @param timeoutMs the longest wait, in milliseconds.
   /// @return 0 when notified, `PResult::timedOut` when the time ran out, another
-  ///         negative code on failure. The mutex is held again in every case.
+  ///         negative code on failure. The mutex is held again whenever it
+  ///         was before.
   int wait(PMutex* mutex, unsigned int timeoutMs) noexcept;
 
   /// Wakes one waiting thread, if there is one. @return 0 or -EINVAL.

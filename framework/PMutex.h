@@ -27,7 +27,7 @@ class VESK_API PMutex {
   ///         already held by the caller.
   int lock() noexcept;
 
-  /// Takes the mutex if nobody else holds it. @return 0 or -EBUSY.
+  /// Takes the mutex if nobody else holds it. @return 0, -EBUSY or -EINVAL.
   int tryLock() noexcept;
 
   /// Gives the mutex back. @return 0, or -EPERM when the caller does not hold it.

@@ -19,8 +19,8 @@ class VESK_API PProcess {
   /// The name is the one that the kernel keeps (`comm`): the file name of the
   /// program, cut to 15 bytes, or what the program made of it. A longer `name`
   /// is compared by its first 15 bytes and then has to be the base name of the
-  /// executable or of one of the first two words of the command line, the second
-  /// for the sake of interpreted scripts.
+  /// executable or of one of the first three words of the command line: a script
+  /// follows its interpreter and at most one option of that.
   ///
   /// A process that is dead but not yet reaped (a zombie without a living thread)
   /// is not listed; a stopped one is.

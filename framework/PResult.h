@@ -11,8 +11,8 @@ namespace PResult {
 /// The operation succeeded.
 inline constexpr int ok = 0;
 
-/// A failure without a better code; also the one for an unknown exception.
-inline constexpr int failed = -1;
+/// A failure without a better code, such as an unknown exception.
+inline constexpr int failed = -999;
 
 /// Memory ran out (the negated ENOMEM).
 inline constexpr int outOfMemory = -12;

@@ -12,9 +12,9 @@ class VESK_API PThread {
   using StartRoutine = void* (*)(void*);
 
   PThread() noexcept = default;
-  /// A thread that was neither joined nor detached is waited for, so that
-  /// nothing which it still uses goes away under it. A thread that destroys its
-  /// own object is detached instead.
+  /// A thread that was neither joined nor detached is waited for, so that what was
+  /// made before this object does not go away under it. A thread that destroys
+  /// its own object is detached instead.
   ~PThread();
   PThread(PThread const&) = delete;
   PThread& operator=(PThread const&) = delete;

@@ -20,7 +20,10 @@ done
 folder=$(mktemp -d)
 veskd_pid=
 clean_up() {
-  [ -z "$veskd_pid" ] || kill "$veskd_pid" 2>/dev/null || true
+  if [ -n "$veskd_pid" ]; then # first, or it would start them again
+    kill "$veskd_pid" 2>/dev/null || true
+    wait "$veskd_pid" 2>/dev/null || true
+  fi
   for name in "${names[@]}"; do pkill -KILL -x "$name" 2>/dev/null || true; done
   wait 2>/dev/null || true
   rm -rf "$folder"

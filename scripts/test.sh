@@ -14,7 +14,8 @@ known=(lint default asan tsan)
 run_lint() {
   install_missing "${lint_packages[@]}"
   echo "== lint: format"
-  (cd "$root" && git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror)
+  (cd "$root" && find framework plugin watchdog host examples tests -name '*.h' -o -name '*.cpp' |
+    xargs clang-format --dry-run --Werror)
   echo "== lint: clang-tidy"
   build lint
 }

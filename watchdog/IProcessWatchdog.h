@@ -20,9 +20,10 @@ inline constexpr wchar_t kTopicInstHigh[] = L"event.watchdog.process.inst_high";
 
 /// The watchdog service: the registry of monitored programs.
 ///
-/// All operations may be called from any thread. Each waits while a sample is
-/// being taken, for as long as that lasts, and takes effect with the next one.
-/// Results are those of `ProcessWatchdogResult`.
+/// All operations may be called from any thread. What looks at the registry waits
+/// while a sample is being taken, for as long as that lasts, and takes effect with
+/// the next one. Results are those of `ProcessWatchdogResult`, or of `PResult` when
+/// memory runs out; nothing is changed then.
 class IProcessWatchdog : public IBase {
  public:
   /// Monitors the program that `entry` describes, under the name that it has now.

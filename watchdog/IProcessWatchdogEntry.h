@@ -7,8 +7,10 @@
 /// meaning and the unit of each setting.
 ///
 /// The setters store what they are given and check nothing. An entry is filled
-/// by one thread before it is added to the watchdog, which then shares it: a
-/// later change is not synchronised and counts from the next sample on.
+/// by one thread before it is added to the watchdog, which then shares it. A later
+/// change counts from the next sample on, but is not synchronised: a sample under
+/// way may see it half made. To be safe, and always for texts, take the entry out
+/// of the watchdog, change it, and add it again.
 class IProcessWatchdogEntry : public IProcessWatchdogInfo {
  public:
   virtual void setName(PLiteral const& name) = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/PResult.h"
+#include "framework/PGuard.h"
 #include "framework/veskGetInstance.h"
 #include "plugin/PBaseptr.h"
 
@@ -11,6 +11,9 @@ template <class Interface>
 int obtainInstance(PLiteral const& id, PBaseptr<Interface>& holder) {
   IBase* instance = nullptr;
   const int res = veskGetInstance(id, instance);
-  if (res == PResult::ok) pTake(holder, static_cast<Interface*>(instance));
-  return res;
+  if (res != PResult::ok) return res;
+  return pGuarded([&] {
+    pTake(holder, static_cast<Interface*>(instance));
+    return PResult::ok;
+  });
 }

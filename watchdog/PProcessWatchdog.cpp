@@ -16,6 +16,9 @@ PProcessWatchdog::~PProcessWatchdog() {
   if (res != PResult::ok) {
     __logError(L"[%s] Error stopping the watchdog thread, res=%d", "~PProcessWatchdog", res);
   }
+  // Locked, because a worker that could not be stopped may be in the middle of it.
+  const Lock lock(fStopMutex);
+  fProcEntries.clear();
 }
 
 int PProcessWatchdog::incRef() { return ++fRefCount; }
@@ -46,7 +49,10 @@ int PProcessWatchdog::__init() {
     __logError(L"[%s] Error loading ProcessWatchdog configuration, res=%d", "init", res);
     return res;
   }
-  _dumpConfig();
+  static_cast<void>(pGuarded([this] {
+    _dumpConfig();
+    return PResult::ok;
+  }));
   res = __obtainServices();
   if (res != PResult::ok) return res;
 

@@ -23,7 +23,7 @@ inline constexpr std::array<ExitCodeMeaning, 7> kExitCodes = {{
     {ExitCode::stopped, "stopped by request (SIGTERM, SIGINT or SIGHUP)"},
     {ExitCode::badCommandLine, "wrong command line"},
     {ExitCode::noConfiguration, "configuration file missing or unreadable"},
-    {ExitCode::pluginFailed, "a plug-in cannot be loaded or started"},
+    {ExitCode::pluginFailed, "a plug-in cannot be loaded or started, or none is given"},
     {ExitCode::systemFailed, "the operating system refused something"},
     {ExitCode::noOutput, "log file or program output cannot be opened"},
     {ExitCode::badConfiguration, "wrong content of the configuration file"},

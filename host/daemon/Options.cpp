@@ -22,6 +22,7 @@ std::string exitCodes() {
 
 std::vector<std::string> levelNames() {
   std::vector<std::string> names;
+  names.reserve(kLogLevels.size());
   for (LogLevelName const& row : kLogLevels) names.emplace_back(row.name);
   return names;
 }

@@ -27,12 +27,10 @@ std::optional<Failure> readFile(std::string const& path, DaemonSetup& setup) {
 }
 
 Failure noPlugin(std::string const& file) {
-  if (file.empty()) {
-    return {ExitCode::badCommandLine,
-            {"nothing to run: no configuration file (-c) and no plug-in (--plugin) is given"}};
-  }
-  return {ExitCode::badConfiguration,
-          {file + ": nothing to run: the table [host] names no plug-ins, nor does --plugin"}};
+  const std::string line =
+      file.empty() ? "nothing to run: no configuration file (-c) and no plug-in (--plugin) is given"
+                   : file + ": nothing to run: no `plugins' in [host], and no --plugin";
+  return {ExitCode::pluginFailed, {line}};
 }
 
 }  // namespace

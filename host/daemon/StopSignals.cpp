@@ -18,7 +18,9 @@ StopSignals::StopSignals() {
   ::sigaddset(&fSignals, SIGINT);
   if (!isIgnored(SIGHUP)) ::sigaddset(&fSignals, SIGHUP);
   ::pthread_sigmask(SIG_BLOCK, &fSignals, nullptr);
+  // A log whose reader is gone, or whose file may not grow, is no reason to end.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGCHLD, SIG_DFL);
 }
 

@@ -18,7 +18,8 @@ struct State {
 };
 
 State& state() {
-  static State theState;
+  // Never destroyed: a client that keeps a service may outlive main().
+  static State& theState = *new State;
   return theState;
 }
 
@@ -26,7 +27,8 @@ State& state() {
 
 void Runtime::provide(PLiteral const& id, Provider provider) {
   const std::lock_guard lock(state().mutex);
-  state().providers[id] = std::move(provider);
+  // The former one goes with the argument, which outlives the lock.
+  std::swap(state().providers[id], provider);
 }
 
 void Runtime::provide(PLiteral const& id, IBase* instance) {
@@ -64,7 +66,7 @@ void Runtime::reset() {
 
 int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
   instance = nullptr;
-  return pGuarded([&] {
+  const int res = pGuarded([&] {
     Runtime::Provider provider;
     {
       const std::lock_guard lock(state().mutex);
@@ -74,4 +76,6 @@ int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
     }
     return provider(instance);
   });
+  if (res != PResult::ok) instance = nullptr;
+  return res;
 }

@@ -3,12 +3,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 
 #include "host/process/ISpawner.h"
@@ -61,7 +63,11 @@ std::string resolve(std::string const& executable) {
   while (!rest.empty()) {
     const auto length = std::min(rest.find(':'), rest.size());
     std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
-    if (length > 0 && ::access(candidate.c_str(), X_OK) == 0) return candidate;
+    std::error_code ignored;
+    if (length > 0 && std::filesystem::is_regular_file(candidate, ignored) &&
+        ::access(candidate.c_str(), X_OK) == 0) {
+      return candidate;
+    }
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }
   return executable;
@@ -70,7 +76,8 @@ std::string resolve(std::string const& executable) {
 void closeFrom(unsigned int first) {
   if (::syscall(SYS_close_range, first, UINT_MAX, 0U) == 0) return;
   // An older kernel: one by one, as far as descriptors can go.
-  const long limit = ::sysconf(_SC_OPEN_MAX);
+  constexpr long kMost = 1L << 16;  // the limit itself may be in the billions
+  const long limit = std::min(::sysconf(_SC_OPEN_MAX), kMost);
   for (long fd = first; fd < limit; ++fd) ::close(static_cast<int>(fd));
 }
 
@@ -168,7 +175,9 @@ class ForkSpawner : public ISpawner {
   /// A program is worth more than its output: without the file it runs silent.
   static UniqueFd openOutput(std::string const& path, std::string& cause) {
     if (path.empty()) return {};
-    UniqueFd output = openUp(path.c_str(), O_WRONLY | O_CREAT | O_APPEND);
+    // Not to wait for the reader of a pipe; the program itself may.
+    UniqueFd output = openUp(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK);
+    if (output) ::fcntl(output.get(), F_SETFL, O_APPEND);
     if (!output) cause = "its output is lost, " + path + ": " + std::strerror(errno);
     return output;
   }

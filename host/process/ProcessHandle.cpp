@@ -1,5 +1,7 @@
 #include "host/process/ProcessHandle.h"
 
+#include <cerrno>
+
 #include "framework/PResult.h"
 
 int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsigned int pid,
@@ -12,9 +14,16 @@ int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsig
   // that is held, or of one that took over a number whose hold is void.
   const int opened = signals.open(pid, handle.fDescriptor);
   if (opened == PResult::notFound) return opened;
-  const int res = tree.readLiving(pid, stat);
-  if (res == PResult::ok) handle.fStartTicks = stat.startTicks;
-  return res;
+  int res = tree.readLiving(pid, stat);
+  if (res == -EMFILE) {
+    // The hold took the last descriptor; looking is worth more.
+    handle.fDescriptor.reset();
+    res = tree.readLiving(pid, stat);
+  }
+  if (res != PResult::ok) return res;
+  if (!tree.isProcess(pid)) return PResult::notFound;
+  handle.fStartTicks = stat.startTicks;
+  return PResult::ok;
 }
 
 bool ProcessHandle::isDead() const {

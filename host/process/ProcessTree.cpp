@@ -16,7 +16,7 @@
 
 namespace {
 
-/// More than any `stat` file and enough for two words of a command line.
+/// More than any `stat` file and enough for the first words of a command line.
 constexpr std::size_t kReadSize = 2 * PATH_MAX;
 
 int resultOf(int error) {
@@ -110,6 +110,12 @@ int ProcessTree::readLiving(unsigned int pid, ProcessStat& stat) const {
   return res == PResult::ok && stat.isDead() ? PResult::notFound : res;
 }
 
+bool ProcessTree::isProcess(unsigned int pid) const {
+  std::string status;
+  return readFront(path(pid, "status"), status) == PResult::ok &&
+         status.find("\nTgid:\t" + std::to_string(pid) + "\n") != std::string::npos;
+}
+
 int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
   std::vector<unsigned int> threads;
   const int res = listNumbers(path(pid, "task"), threads);
@@ -124,7 +130,7 @@ int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
 }
 
 std::vector<std::string> ProcessTree::programNames(unsigned int pid) const {
-  constexpr std::size_t kWords = 2;
+  constexpr std::size_t kWords = 3;
   std::vector<std::string> names = {executableName(path(pid, "exe"))};
   std::string commandLine;
   if (readFront(path(pid, "cmdline"), commandLine) == PResult::ok) {

@@ -27,11 +27,16 @@ class ProcessTree {
   /// that does not exist.
   int readLiving(unsigned int pid, ProcessStat& stat) const;
 
+  /// Whether the number is that of a process, and not of one of its threads,
+  /// which have entries of their own that no listing shows.
+  bool isProcess(unsigned int pid) const;
+
   /// The state of a thread that lives while the main thread of `pid` does not.
   int readLivingThread(unsigned int pid, ProcessStat& stat) const;
 
   /// The base names under which `pid` was executed: of its executable, where
-  /// that may be read, and of the first two words of its command line.
+  /// that may be read, and of the first three words of its command line: an interpreted
+  /// script comes after its interpreter and at most one option of that.
   std::vector<std::string> programNames(unsigned int pid) const;
 
  private:

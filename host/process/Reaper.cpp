@@ -19,8 +19,10 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// How often a process without a descriptor is looked at.
-constexpr auto kPollInterval = 20ms;
+/// How often a process without a descriptor is looked at: one that is being ended,
+/// which somebody may wait for, and a program that runs.
+constexpr auto kEndingInterval = 20ms;
+constexpr auto kChildInterval = 1s;
 
 /// What a process may take to die of SIGKILL before it counts as stuck.
 constexpr auto kDeathTime = 1s;
@@ -58,6 +60,7 @@ int Reaper::end(ProcessHandle process, std::string name, std::chrono::millisecon
     const std::lock_guard lock(fMutex);
     const auto isThis = [&](Ending const& ending) { return ending.process.isSame(process); };
     if (std::any_of(fEnding.begin(), fEnding.end(), isThis)) return PResult::ok;
+    fEnding.reserve(fEnding.size() + 1);  // no SIGTERM that nobody follows up
     const int res = process.send(SIGTERM);
     if (res != PResult::ok) return res;
     fLog->debug("sent SIGTERM to process {} ({})", process.pid(), name);
@@ -105,9 +108,11 @@ void Reaper::run() {
 
 void Reaper::awaitNextAct(std::unique_lock<std::mutex>& lock) {
   std::vector<pollfd> polled = {{fWakeUp.get(), POLLIN, 0}};
-  // poll passes over the -1 of those without a descriptor.
-  for (auto const& ending : fEnding) polled.push_back({ending.process.descriptor(), POLLIN, 0});
-  for (auto const& child : fChildren) polled.push_back({child.descriptor.get(), POLLIN, 0});
+  const auto add = [&polled](int descriptor) {
+    if (descriptor >= 0) polled.push_back({descriptor, POLLIN, 0});
+  };
+  for (auto const& ending : fEnding) add(ending.process.descriptor());
+  for (auto const& child : fChildren) add(child.descriptor.get());
   const int timeout = millisecondsToNextAct();
   lock.unlock();
   ::poll(polled.data(), polled.size(), timeout);
@@ -129,10 +134,10 @@ int Reaper::millisecondsToNextAct() const {
   for (auto const& ending : fEnding) {
     const auto act = ending.isKilled ? ending.killAt + kDeathTime : ending.killAt;
     if (act > now || !ending.isKilled) next = std::min(next, act);
-    if (ending.process.descriptor() < 0) next = std::min(next, now + kPollInterval);
+    if (ending.process.descriptor() < 0) next = std::min<Time>(next, now + kEndingInterval);
   }
   for (auto const& child : fChildren) {
-    if (!child.descriptor) next = std::min(next, now + kPollInterval);
+    if (!child.descriptor) next = std::min<Time>(next, now + kChildInterval);
   }
   if (next == Time::max()) return -1;
   const auto wait = std::chrono::ceil<std::chrono::milliseconds>(next - now).count();

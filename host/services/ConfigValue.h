@@ -11,7 +11,7 @@ struct FilePosition {
   unsigned int line = 0;
   unsigned int column = 0;
 
-  auto operator<=>(FilePosition const&) const = default;
+  auto operator<=>(FilePosition const&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// One value of a configuration file.

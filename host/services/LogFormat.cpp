@@ -5,7 +5,6 @@
 #include <utf8.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 namespace {
@@ -55,23 +54,6 @@ class PrintableFlag : public spdlog::custom_flag_formatter {
   }
 };
 
-/// Offset from UTC as `+hhmm`; the library's own flag writes a colon.
-class ZoneFlag : public spdlog::custom_flag_formatter {
- public:
-  void format(spdlog::details::log_msg const& /*message*/, std::tm const& time,
-              spdlog::memory_buf_t& out) override {
-    constexpr long kSecondsPerMinute = 60;
-    constexpr long kMinutesPerHour = 60;
-    const long minutes = std::labs(time.tm_gmtoff) / kSecondsPerMinute;
-    fmt::format_to(std::back_inserter(out), "{}{:02}{:02}", time.tm_gmtoff < 0 ? '-' : '+',
-                   minutes / kMinutesPerHour, minutes % kMinutesPerHour);
-  }
-
-  std::unique_ptr<custom_flag_formatter> clone() const override {
-    return std::make_unique<ZoneFlag>();
-  }
-};
-
 }  // namespace
 
 std::string printable(std::string_view text) {
@@ -93,7 +75,7 @@ std::unique_ptr<spdlog::formatter> makeLogFormat() {
   using Message = PrintableFlag<&spdlog::details::log_msg::payload>;
   auto format = std::make_unique<spdlog::pattern_formatter>();
   // Flags of no meaning to the library itself.
-  format->add_flag<ZoneFlag>('Z').add_flag<Name>('N').add_flag<Message>('*');
-  format->set_pattern("%Y-%m-%dT%H:%M:%S.%e%Z %l %N: %*");
+  format->add_flag<Name>('N').add_flag<Message>('*');
+  format->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %l %N: %*");
   return format;
 }

@@ -114,12 +114,18 @@ void storeText(Entry& entry, TextKey const& key, PString const& text) {
 
 }  // namespace
 
-/// Reads one key for each kind of row. A value that is not read leaves the entry
-/// as it is, without a word.
+/// Reads one key for each kind of row, all of one type into the same variable. A
+/// value that is not read leaves the entry as it is, without a word.
 class PProcessWatchdog::EntryLoader {
  public:
   EntryLoader(PProcessWatchdog const& watchdog, IConfig& config, Entry& entry)
       : fWatchdog(watchdog), fConfig(config), fEntry(entry) {}
+
+  int loadName(PString const& key) {
+    const int res = fConfig.getString(key, fText);
+    if (res == PResult::ok) storeText(fEntry, {&Entry::setName, &Entry::name}, fText);
+    return res;
+  }
 
   void load(Row const& row, PString const& key) {
     fKey = &key;
@@ -164,14 +170,12 @@ class PProcessWatchdog::EntryLoader {
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 int PProcessWatchdog::__loadProcessEntryConfig(unsigned int index, PBaseptr<IConfig>& config,
                                                PBaseptr<PProcessWatchdogEntry> entry) {
-  PString key;
-  PString name;
-  __buildProcessEntryKey(Keys::memberPrefix, index, Keys::name, key);
-  const int res = config->getString(key, name);
-  if (res != PResult::ok) return res;
-  storeText(*entry, {&Entry::setName, &Entry::name}, name);
-
   EntryLoader loader(*this, *config, *entry);
+  PString key;
+  __buildProcessEntryKey(Keys::memberPrefix, index, Keys::name, key);
+  const int res = loader.loadName(key);
+  if (res != PResult::ok) return res;
+
   for (Row const& row : kRows) {
     __buildProcessEntryKey(Keys::memberPrefix, index, row.suffix, key);
     loader.load(row, key);

@@ -32,14 +32,16 @@ class ChildProcess {
     if (error != 0) throw std::system_error(error, std::generic_category());
   }
   ~ChildProcess() {
-    if (fPid > 0) ::kill(fPid, SIGKILL);
+    signal(SIGKILL);
     awaitEnd();
     ::close(fOutput);
   }
   ChildProcess(ChildProcess const&) = delete;
   ChildProcess& operator=(ChildProcess const&) = delete;
 
-  void signal(int number) const { ::kill(fPid, number); }
+  void signal(int number) const {
+    if (fPid > 0) ::kill(fPid, number);
+  }
 
   /// The next line that contains `part`; empty, and a failure, when none comes.
   std::string awaitLine(std::string const& part) {
@@ -52,15 +54,13 @@ class ChildProcess {
 
   /// Waits for the end. @return the exit status, or the negated signal.
   int awaitEnd() {
+    if (fPid == 0) return fStatus;
     for (std::string line; readLine(line);) {
     }
-    if (fPid > 0) {
-      int status = 0;
-      ::waitpid(fPid, &status, 0);
-      fStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-      fPid = 0;
-    }
-    return fStatus;
+    int status = 0;
+    ::waitpid(fPid, &status, 0);
+    fPid = 0;
+    return fStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
 
   /// All lines read so far.
@@ -76,7 +76,7 @@ class ChildProcess {
       pollfd polled{fOutput, POLLIN, 0};
       if (left.count() <= 0 || ::poll(&polled, 1, static_cast<int>(left.count())) == 0) {
         ADD_FAILURE() << "out of patience after:\n" << fText;
-        ::kill(fPid, SIGKILL);
+        signal(SIGKILL);
         return false;
       }
       if (::read(fOutput, &character, 1) != 1) return false;

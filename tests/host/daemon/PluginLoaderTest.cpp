@@ -29,6 +29,13 @@ class Plugins : public testing::Test {
     return handle != nullptr;
   }
 
+  static int liveObjects() {
+    void* const handle = ::dlopen(TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD);
+    const int count = reinterpret_cast<int (*)()>(::dlsym(handle, "liveObjects"))();
+    ::dlclose(handle);
+    return count;
+  }
+
   static void unload(std::shared_ptr<IBase>& lastObject) {
     lastObject.reset();
     void* const handle = ::dlopen(TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD);
@@ -51,6 +58,7 @@ TEST_F(Plugins, OfferTheirInterfacesFromStartToStop) {
   EXPECT_TRUE(fLoader->open({TEST_PLUGIN}));
   EXPECT_EQ(veskGetInstance(L"test.shared", instance), PResult::notFound);
   EXPECT_TRUE(fLoader->start());
+  EXPECT_EQ(liveObjects(), 1) << "the shared one; none is held that was made anew";
   EXPECT_EQ(lookUp(L"test.shared"), lookUp(L"test.shared"));
   EXPECT_EQ(lookUp(L"test.shared")->incRef(), 3) << "plug-in, host and this test";
   lookUp(L"test.shared")->decRef();

@@ -11,7 +11,15 @@
 
 namespace {
 
-class Object : public RefCounted<IBase> {};
+int theLiveObjects = 0;
+
+class Object : public RefCounted<IBase> {
+ public:
+  Object() { ++theLiveObjects; }
+
+ private:
+  ~Object() override { --theLiveObjects; }
+};
 
 class TestPlugin : public RefCounted<IPlugin> {
  public:
@@ -42,5 +50,8 @@ class TestPlugin : public RefCounted<IPlugin> {
 };
 
 }  // namespace
+
+/// How many objects of this plug-in there are.
+extern "C" VESK_API int liveObjects() { return theLiveObjects; }
 
 VESK_API IPlugin* veskGetPlugin() { return new TestPlugin; }

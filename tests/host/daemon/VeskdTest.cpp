@@ -24,6 +24,17 @@ class Veskd : public testing::Test {
       "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
       "sample_time = 1\n";
 
+  /// Ends what the daemon started and left running, whatever the test came to.
+  void TearDown() override {
+    for (auto const& process : std::filesystem::directory_iterator("/proc")) {
+      std::error_code none;
+      const auto program = std::filesystem::read_symlink(process.path() / "exe", none).string();
+      if (program.starts_with(path())) {
+        ::kill(std::stoi(process.path().filename()), SIGKILL);
+      }
+    }
+  }
+
   /// Writes the file and runs the daemon on it, behind `words` if there are any.
   std::unique_ptr<ChildProcess> run(std::string const& text, std::vector<std::string> words = {}) {
     fFolder.makeFile("v.toml", text);
@@ -49,7 +60,7 @@ TEST_F(Veskd, EndsWithTheCodeAndTheLineOfWhatIsWrong) {
     std::string line;
   };
   const std::vector<Case> cases = {
-      {{}, 64, "veskd: nothing to run: .*\n"},
+      {{}, 69, "veskd: nothing to run: .*\n"},
       {{"--bogus"}, 64, "veskd: The following argument was not expected: --bogus; .*\n"},
       {{"--log-level", "loud"}, 64, "veskd: --log-level: loud not in .*\n"},
       {{"-c", ""}, 64, "veskd: --config: an empty name; .*\n"},
@@ -57,7 +68,7 @@ TEST_F(Veskd, EndsWithTheCodeAndTheLineOfWhatIsWrong) {
       {{"-c", path()}, 66, "veskd: .*: Is a directory\n"},
       {{"-c", path("parse.toml")}, 78, "veskd: .*/parse.toml:3:[0-9]+: .*\n"},
       {{"-c", path("host.toml")}, 78, "veskd: .*/host.toml:2:1: unknown key `host.log_levl'\n"},
-      {{"-c", path("empty.toml")}, 78, "veskd: .*/empty.toml: nothing to run: .*\n"},
+      {{"-c", path("empty.toml")}, 69, "veskd: .*/empty.toml: nothing to run: .*\n"},
       {{"-c", path("log.toml")}, 73, "veskd: cannot open the log file .*/no/log: No such.*\n"},
       {{"-c", path("output.toml")}, 73, "veskd: cannot open the program output .*: Is a dir.*\n"},
       {{"--plugin", path("p.so")}, 69, ".* error veskd: cannot load a plug-in: .*/p.so: .*\n"},
@@ -118,7 +129,6 @@ TEST_F(Veskd, StartsAKilledProgramAgainAndLeavesItRunning) {
   std::ifstream stat("/proc/" + std::to_string(second) + "/stat");
   const std::string text{std::istreambuf_iterator<char>(stat), {}};
   EXPECT_THAT(text, MatchesRegex("[0-9]+ \\(" + name + "\\) [^ZX] .*"));
-  ::kill(second, SIGKILL);
 }
 
 TEST_F(Veskd, ASecondInterruptDoesNotWaitForAStubbornProgram) {
@@ -128,14 +138,11 @@ TEST_F(Veskd, ASecondInterruptDoesNotWaitForAStubbornProgram) {
                    "[watchdog.process.1]\nname = '" + name + "'\nexecutable = '" + path(name) +
                    "'\narguments = 'stubborn'\nrespawn_enabled = true\nrespawn_limit = 1\n"
                    "inst_enabled = true\ninst_limit = 1\naction = 'terminate'\n");
-  const std::string started = veskd->awaitLine("Successfully restarted");
-  ASSERT_FALSE(started.empty());
   veskd->awaitLine("Killing all processes");
   veskd->signal(SIGTERM);
   veskd->awaitLine("stopping: SIGTERM");
   veskd->signal(SIGINT);
   EXPECT_EQ(veskd->awaitEnd(), -SIGINT);
-  EXPECT_EQ(::kill(std::stoi(started.substr(started.rfind('=') + 1)), SIGKILL), 0);
 }
 
 TEST_F(Veskd, ALogFileTakesTheLinesAndStandardErrorNamesIt) {

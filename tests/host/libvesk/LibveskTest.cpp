@@ -158,11 +158,12 @@ TEST(RuntimeTest, ServicesAreFoundHeldAndGivenBack) {
   auto* const shared = new Service(living);
   Runtime::provide(L"shared", shared);
   Runtime::provide(L"new", [&](IBase*& out) { return out = new Service(living), 0; });
-  Runtime::provide(L"refuses", [](IBase*&) { return -13; });
+  Runtime::provide(L"refuses", [&](IBase*& out) { return out = shared, -13; });
   Runtime::provide(L"throws", [](IBase*&) -> int { throw std::bad_alloc(); });
   EXPECT_EQ(veskGetInstance(L"shared", instance), 0);
   EXPECT_EQ(instance, shared);
   EXPECT_EQ(veskGetInstance(L"refuses", instance), -13);
+  EXPECT_EQ(instance, nullptr);
   EXPECT_EQ(veskGetInstance(L"throws", instance), PResult::outOfMemory);
   EXPECT_EQ(veskGetInstance(L"Shared", instance), PResult::notFound);
   EXPECT_EQ(instance, nullptr);

@@ -32,6 +32,7 @@ class FakeProc : public TemporaryFolder {
     const std::string folder = std::to_string(pid) + "/";
     makeFile(folder + "comm", process.comm + "\n");
     makeFile(folder + "stat", statText(pid, process));
+    makeFile(folder + "status", "Name:\tx\nTgid:\t" + std::to_string(pid) + "\nNgid:\t0\n");
     makeFile(folder + "cmdline", process.commandLine);
   }
 };

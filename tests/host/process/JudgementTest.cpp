@@ -44,7 +44,7 @@ class JudgementTest : public testing::Test {
     auto log =
         std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::null_sink_mt>());
     fUtilities = std::make_unique<ProcessUtilities>(
-        ProcessSettings{.procRoot = fProc.path(), .killGrace = 20ms}, log, std::move(world));
+        ProcessSettings{.procRoot = fProc.path(), .killGrace = 200ms}, log, std::move(world));
   }
 
   FakeProc fProc;
@@ -95,6 +95,9 @@ TEST_F(JudgementTest, NobodyIsSignalledWhoMustNotBe) {
   for (const unsigned int pid : {0xFFFFFFFFU, 0x80000001U}) {
     EXPECT_EQ(fUtilities->kill(pid), PResult::notFound) << pid;
   }
+  fProc.makeFile("51/status", "Name:\tx\nTgid:\t7\nPid:\t51\n");
+  EXPECT_EQ(fUtilities->kill(51), PResult::notFound) << "a thread stands for its whole process";
+  fProc.add(51, {.comm = "other"});
   fSignals->fOpenResult = PResult::notFound;
   EXPECT_EQ(fUtilities->kill(51), PResult::notFound) << "gone before it could be held";
   EXPECT_THAT(fSignals->fSent, IsEmpty());

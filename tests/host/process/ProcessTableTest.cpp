@@ -81,9 +81,9 @@ TEST_F(FinderTest, LongNamesAreConfirmed) {
   const std::string name = "a-rather-long-name";
   const std::string comm = name.substr(0, 15);
   fProc.add(5, {.comm = comm, .commandLine = "/usr/bin/" + name + "\0-x\0"s});
-  fProc.add(6, {.comm = comm, .commandLine = "/bin/sh\0/opt/"s + name + "\0"s});
+  fProc.add(6, {.comm = comm, .commandLine = "/bin/sh\0-p\0/opt/"s + name + "\0"s});
   fProc.add(7, {.comm = comm, .commandLine = "/usr/bin/a-rather-long-other\0"s});
-  fProc.add(8, {.comm = comm, .commandLine = "/bin/sh\0-c\0"s + name + "\0"s});
+  fProc.add(8, {.comm = comm, .commandLine = "/bin/sh\0-x\0-c\0"s + name + "\0"s});
   fProc.add(9, {.comm = "vi", .commandLine = "vi\0"s + name + "\0"s});
   fProc.add(10, {.comm = comm});
   std::filesystem::create_symlink("/opt/" + name + " (deleted)", fProc.path("10/exe"));

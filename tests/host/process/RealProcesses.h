@@ -24,7 +24,7 @@
 class RealProcesses : public testing::Test {
  protected:
   static constexpr int kPatienceMs = 10'000;
-  static constexpr std::chrono::milliseconds kGrace{150};
+  static constexpr std::chrono::milliseconds kGrace{400};
 
   void SetUp() override {
     fName = "vesktest" + std::to_string(::getpid() % 1'000'000);

@@ -30,7 +30,7 @@ TEST(Log, LineHoldsTimeWithZoneThenLevelNameAndMessage) {
   ::unsetenv("TZ");
   ::tzset();
   EXPECT_THAT(log.text(), MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}"
-                                       "\\.[0-9]{3}-0330 error test: message\n"));
+                                       "\\.[0-9]{3}-03:30 error test: message\n"));
 }
 
 TEST(Log, NothingInANameOrMessageBreaksTheLineOrReachesTheTerminal) {
