@@ -167,7 +167,7 @@ class PProcessWatchdog::EntryLoader {
 };
 
 // By value, so that the entry stays held for as long as it is being filled.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
+// NOLINTBEGIN(performance-unnecessary-value-param)
 int PProcessWatchdog::__loadProcessEntryConfig(unsigned int index, PBaseptr<IConfig>& config,
                                                PBaseptr<PProcessWatchdogEntry> entry) {
   EntryLoader loader(*this, *config, *entry);
@@ -182,3 +182,4 @@ int PProcessWatchdog::__loadProcessEntryConfig(unsigned int index, PBaseptr<ICon
   }
   return PResult::ok;
 }
+// NOLINTEND(performance-unnecessary-value-param)
