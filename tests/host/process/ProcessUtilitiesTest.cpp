@@ -1,12 +1,21 @@
 // The process utilities on real processes of this machine.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <spdlog/sinks/ostream_sink.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <cerrno>
+#include <csignal>
+#include <sstream>
 #include <thread>
 
 #include "framework/PResult.h"
-#include "tests/host/process/RealProcesses.h"
+#include "host/process/ProcessUtilities.h"
+#include "tests/host/process/TemporaryFolder.h"
 
 namespace {
 
@@ -14,10 +23,79 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class ProcessUtilitiesTest : public RealProcesses {
+/// Process utilities on real processes: programs are started under a name of this
+/// test's own and ended with it.
+class ProcessUtilitiesTest : public testing::Test {
  protected:
+  static constexpr int kPatienceMs = 10'000;
+  static constexpr std::chrono::milliseconds kGrace{400};
+
+  void SetUp() override {
+    fName = "vesktest" + std::to_string(::getpid() % 1'000'000);
+    fProgram = fFolder.path(fName);
+    std::filesystem::copy_file(TEST_PROGRAM, fProgram);
+    const std::string fifo = fFolder.path("output");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    fOutput = UniqueFd(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    auto log = std::make_shared<spdlog::logger>(
+        "test", std::make_shared<spdlog::sinks::ostream_sink_mt>(fLog));
+    log->set_level(spdlog::level::debug);
+    fUtilities = std::make_unique<ProcessUtilities>(
+        ProcessSettings{.killGrace = kGrace, .programOutput = fifo}, log);
+  }
+
+  void TearDown() override {
+    fUtilities.reset();  // reaps no more
+    const ProcessTree tree("/proc");
+    ProcessFinder(tree).find(fName, fPids, fParents);
+    for (const unsigned int pid : fPids) ::kill(static_cast<pid_t>(pid), SIGKILL);
+    while (::waitpid(-1, nullptr, 0) > 0) {
+    }
+  }
+
+  /// One line of what the started programs print; empty when none comes.
+  std::string readLine() {
+    std::string line;
+    for (char character = 0; character != '\n'; line += character) {
+      pollfd polled{fOutput.get(), POLLIN, 0};
+      if (::poll(&polled, 1, kPatienceMs) <= 0 || ::read(fOutput.get(), &character, 1) != 1) {
+        return "";
+      }
+      if (character == '\n') break;
+    }
+    return line;
+  }
+
+  /// Starts the test program in one of its modes and waits until it is ready.
+  unsigned int start(std::string const& arguments = "") {
+    unsigned int pid = 0;
+    EXPECT_EQ(fUtilities->start(fProgram, arguments, "", pid), 0);
+    EXPECT_EQ(readLine(), "ready");
+    return pid;
+  }
+
+  static bool isDead(unsigned int pid, int patienceMs = 0) {
+    UniqueFd descriptor;
+    if (makeKernelSignals()->open(pid, descriptor) != 0) return true;
+    pollfd polled{descriptor.get(), POLLIN, 0};
+    return ::poll(&polled, 1, patienceMs) > 0;
+  }
+  static void awaitEnd(unsigned int pid) { EXPECT_TRUE(isDead(pid, kPatienceMs)) << pid; }
+
+  /// What was logged; complete once the utilities are destroyed.
+  std::string endAndReadLog() {
+    fUtilities.reset();
+    return fLog.str();
+  }
+
   int find() { return fUtilities->find(fName, fPids, fParents); }
 
+  TemporaryFolder fFolder;
+  std::string fName;
+  std::string fProgram;
+  UniqueFd fOutput;
+  std::ostringstream fLog;
+  std::unique_ptr<ProcessUtilities> fUtilities;
   std::vector<unsigned int> fPids;
   std::vector<unsigned int> fParents;
 };
