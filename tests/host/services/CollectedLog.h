@@ -18,6 +18,7 @@ class CollectedLog {
 
   std::shared_ptr<LogOutput> const& output() const { return fOutput; }
   std::shared_ptr<spdlog::logger> logger() const { return fOutput->logger("test"); }
+  std::string text() const { return fStream.str(); }
 
   /// What was logged, a line each, from the level on.
   std::vector<std::string> lines() const {
@@ -28,8 +29,6 @@ class CollectedLog {
     }
     return found;
   }
-
-  std::string text() const { return fStream.str(); }
 
  private:
   std::ostringstream fStream;
