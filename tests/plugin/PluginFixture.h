@@ -2,84 +2,77 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "plugin/PBaseptr.h"
 #include "plugin/PProcessWatchdogPlugin.h"
 #include "tests/plugin/ScriptedFramework.h"
-#include "watchdog/IProcessWatchdog.h"
 
-/// Drives the plug-in as a host does. Every test ends with the plug-in gone and
-/// every reference to a service given back.
-class PluginFixture : public testing::Test {
+/// Drives the plug-in as a host does. All references to services come back in the end.
+class PluginFixture : public testing::Test, protected ScriptedFramework {
  protected:
-  using E = IProcessWatchdogEntry;
-  using Entry = PBaseptr<E>;
-  /// What a tick only reads.
-  static inline const ScriptedFramework::Prefixes kReadings = {"find", "isRunning", "get", "wait"};
+  using Entry = PBaseptr<IProcessWatchdogEntry>;
+  struct Watch {
+    /// Checks: c, m, i, r(espawn); rules: d(ifferent parents), (ru)n(ning), q for no events.
+    std::string on;
+    unsigned int limit = 0;  ///< of CPU, memory and instances
+    unsigned int action = none;
+    int respawnLimit = 0;
+    unsigned int period = 0;
+  };
 
+  PluginFixture() { fPlugin = veskGetPlugin(); }
   void TearDown() override {
     fPlugin = nullptr;
-    EXPECT_EQ(fFramework.references, 0);
+    EXPECT_EQ(references, 0);
   }
 
-  /// Starts the plug-in, a second time in place of what it has, and sees its first
-  /// tick through.
   void start() {
     ASSERT_EQ(fPlugin->init(), 0);
-    fFramework.settle();
+    settle();
   }
-
-  /// What one tick, `milliseconds` later, writes to the journal.
-  std::string tickAfter(long long milliseconds, ScriptedFramework::Prefixes const& prefixes = {},
-                        bool only = false) {
-    fFramework.take();
-    fFramework.now += milliseconds;
-    fFramework.tick();
-    return fFramework.take(prefixes, only);
+  std::string tickAfter(long long milliseconds, const char* pattern = "") {
+    take();
+    now += milliseconds;
+    tick();
+    return take(pattern);
   }
-
-  /// What the end of the plug-in writes to the journal.
-  std::string end(ScriptedFramework::Prefixes const& without = {"~P"}) {
-    fFramework.take();
+  std::string end(const char* pattern = "") {
+    take();
     fPlugin = nullptr;
-    return fFramework.take(without);
+    return take(pattern);
   }
-
-  IProcessWatchdog* service() {
+  template <class Interface = IProcessWatchdog>
+  Interface* service(const wchar_t* id = L"com.telmor.vesk.watchdog.process") {
     IBase* instance = nullptr;
-    EXPECT_EQ(fPlugin->getInstance(L"com.telmor.vesk.watchdog.process", instance), 0);
-    return static_cast<IProcessWatchdog*>(instance);
+    EXPECT_EQ(fPlugin->getInstance(id, instance), 0);
+    return static_cast<Interface*>(instance);
   }
-
   Entry newEntry(const wchar_t* name) {
-    IBase* instance = nullptr;
-    EXPECT_EQ(fPlugin->getInstance(L"com.telmor.vesk.watchdog.process.entry", instance), 0);
     Entry entry;
-    entry = static_cast<E*>(instance);
+    entry = service<IProcessWatchdogEntry>(L"com.telmor.vesk.watchdog.process.entry");
     entry->setName(name);
     return entry;
   }
-
-  /// Monitors a program that is judged at every tick, set up by `setUp`.
-  template <class SetUp>
-  Entry monitor(SetUp setUp, const wchar_t* name = L"web") {
+  Entry monitor(Watch const& watch, const wchar_t* name = L"web") {
+    const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
     Entry entry = newEntry(name);
-    entry->setPeriod(0);
+    entry->setPeriod(watch.period);
     entry->setExecutable(L"/bin/web");
     entry->setArguments(L"-x");
     entry->setWorkingDir(L"/srv");
-    setUp(*entry);
+    entry->setCpuEnabled(isOn('c'));
+    entry->setMemEnabled(isOn('m'));
+    entry->setInstEnabled(isOn('i'));
+    entry->setRespawnEnabled(isOn('r'));
+    entry->setShouldCountOnlyDiffParents(isOn('d'));
+    entry->setShouldCountOnlyRunning(isOn('n'));
+    entry->setShouldSendEvent(!isOn('q'));
+    entry->setCpuLimit(static_cast<char>(watch.limit));
+    entry->setMemLimit(watch.limit);
+    entry->setInstLimit(watch.limit);
+    entry->setRespawnLimit(watch.respawnLimit);
+    entry->setAction(static_cast<ProcessWatchdogActionEnum>(watch.action));
     EXPECT_EQ(service()->addProcessEntry(entry.get()), 0);
     return entry;
   }
 
-  static PBaseptr<IPlugin> load() {
-    PBaseptr<IPlugin> plugin;
-    plugin = veskGetPlugin();
-    return plugin;
-  }
-
-  ScriptedFramework fFramework;
-  PBaseptr<IPlugin> fPlugin = load();
+  PBaseptr<IPlugin> fPlugin;
 };

@@ -1,82 +1,67 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <optional>
+#include <semaphore>
 #include <string>
-#include <string_view>
+#include <thread>
 #include <variant>
 #include <vector>
 
 #include "framework/IBase.h"
 #include "framework/PResult.h"
+#include "framework/PString.h"
 
-/// A framework that does what a test wrote down and writes down what it is asked.
-///
-/// Everything that the plug-in does to the world is one line of the journal, such
-/// as "kill 10" or "error [init] ...". A result is scripted under that same line,
-/// or under its first word. The plug-in's worker runs on a real thread that parks
-/// in every wait until the test lets it go; the script is changed only meanwhile.
-/// One object at a time is the framework in force, from its construction on.
-class ScriptedFramework {
- public:
+/// A framework that writes every call to its journal, as a line such as "kill 10", and
+/// returns what the test scripted for that line or for its first word. The worker is a
+/// real thread that parks in every wait until the test lets it go.
+struct ScriptedFramework {
   struct Process {
     unsigned int pid = 0, parent = 1, cpu = 0;
     unsigned long long mem = 0;
     bool running = true;
   };
-  using Value = std::variant<bool, int, std::wstring>;
-  using Prefixes = std::vector<std::string_view>;
+  /// Scripted in place of a result. A lookup may succeed and give no object.
+  enum : int { throws = 1, throwsBadAlloc, givesNone };
 
-  ScriptedFramework();
-  ~ScriptedFramework() { current = nullptr; }
+  ScriptedFramework() { current = this; }
   static inline ScriptedFramework* current = nullptr;
 
   std::map<std::string, std::vector<Process>> processes;  ///< by name
-  std::map<std::string, Value> config;                    ///< by key
-  std::map<std::string, IBase*> services;                 ///< by interface identifier
   std::map<std::string, int> results;                     ///< by line or first word
-  std::map<std::string, void (*)()> raises;               ///< likewise: what a service throws
-  long long now = 1000, tickStep = 0;  ///< tick count, ms, and what a reading adds to it
-  IBase* eventSource = nullptr;        ///< of the last event
-  std::atomic<int> references = 0;     ///< to services, held by the plug-in
-  std::atomic<int> locks = 0;          ///< how often a mutex was taken
+  std::map<std::string, std::variant<bool, int, PString>> config = {
+      {"watchdog.process.cpu_enabled", true},
+      {"watchdog.process.mem_enabled", true},
+      {"watchdog.process.inst_enabled", true},
+      {"watchdog.process.sample_time", 2}};
+  long long now = 1000;             ///< tick count, ms
+  IBase* eventSource = nullptr;     ///< of the last event
+  std::atomic<int> references = 0;  ///< held to services
 
-  /// Lets a new worker run up to its first wait, if there is a worker.
+  /// Lets a new worker, if there is one, run up to its first wait or its end.
   void settle();
   /// Ends the worker's wait with `result`; returns in its next wait or at its end.
   void tick(int result = PResult::timedOut);
-  /// Takes the journal without, or with only, the lines of these beginnings. A line
-  /// break stands before, between and after the lines.
-  std::string take(Prefixes const& prefixes = {}, bool only = false);
+  /// Takes the lines that begin with `pattern`, with line breaks before and after.
+  std::string take(const char* pattern = "");
 
   // For the scripted classes.
-  void record(std::string line);
-  /// Records a call and returns its scripted result. What the worker calls, it has
-  /// to call with the mutex held.
   int call(std::string const& line, int otherwise = PResult::ok);
-  void raiseFor(std::string const& line);
-  Process const& processOf(unsigned int pid) const;
-  void workerCreated();
-  void workerBegins();
-  void workerEnds();
-  int park();    ///< the worker's wait
-  void drain();  ///< waits end by themselves from now on
+  void join();
   static inline thread_local int mutexesHeld = 0;
   static inline thread_local bool isWorker = false;
+  std::function<void()> worker;           ///< created and not yet running
+  std::counting_semaphore<> parked{0};    ///< the worker waits, or has ended
+  std::counting_semaphore<> released{0};  ///< the wait is over, with:
+  std::atomic<int> waitResult = PResult::ok;
+  std::map<unsigned int, Process> found;  ///< by process id
 
  private:
-  std::shared_ptr<void> const fServices;
+  std::thread fThread;
   std::mutex fMutex;
-  std::condition_variable fChanged;
   std::vector<std::string> fJournal;
-  std::optional<int> fRelease;
-  bool fRunning = false, fGateOpen = false, fParked = false, fDraining = false;
 };
 
-/// Makes the services and enters them where a lookup finds them.
-std::shared_ptr<void> makeServices(ScriptedFramework& framework);
+inline ScriptedFramework& framework() { return *ScriptedFramework::current; }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <memory>
+#include <regex>
 #include <utility>
 
 #include "framework/PConditionalVar.h"
@@ -12,51 +12,61 @@
 #include "framework/PThread.h"
 #include "framework/PTime.h"
 #include "framework/PUtils.h"
-#include "framework/veskGetInstance.h"
 #include "tests/plugin/ScriptedFramework.h"
 
-namespace {
-
-ScriptedFramework& framework() { return *ScriptedFramework::current; }
-
-std::string line(const char* word, unsigned int pid) { return word + (" " + std::to_string(pid)); }
-
-using Start = std::pair<PThread::StartRoutine, void*>;
-
-void* runWorker(void* argument) {
-  const std::unique_ptr<Start> start(static_cast<Start*>(argument));
-  framework().workerBegins();
-  void* const result = start->first(start->second);
-  framework().workerEnds();
+int ScriptedFramework::call(std::string const& line, int otherwise) {
+  EXPECT_TRUE(!isWorker || mutexesHeld == 1 || line.starts_with("debug")) << line;
+  std::unique_lock lock(fMutex);
+  fJournal.push_back(line);
+  lock.unlock();
+  auto scripted = results.find(line);
+  if (scripted == results.end()) scripted = results.find(line.substr(0, line.find(' ')));
+  const int result = scripted != results.end() ? scripted->second : otherwise;
+  if (result == throws) throw line;
+  if (result == throwsBadAlloc) throw std::bad_alloc();
   return result;
 }
 
-}  // namespace
-
-int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
-  auto const& services = framework().services;
-  const auto found = services.find(PUtils::toUtf8(id));
-  const int res = framework().call("instance " + PUtils::toUtf8(id),
-                                   found != services.end() ? PResult::ok : PResult::notFound);
-  instance = res == PResult::ok ? found->second : nullptr;
-  return res;
+std::string ScriptedFramework::take(const char* pattern) {
+  const std::lock_guard lock(fMutex);
+  const std::regex wanted("^(?:" + std::string(pattern) + ")");
+  std::string text;
+  for (std::string const& line : std::exchange(fJournal, {})) {
+    if (std::regex_search(line, wanted)) text += (text.empty() ? "\n" : "") + line + "\n";
+  }
+  return text;
 }
 
-PMutex::~PMutex() {
-  framework().record("~PMutex");
-  if (fInitialized) pthread_mutex_destroy(&fMutex);
+void ScriptedFramework::settle() {
+  if (!worker) return;
+  fThread = std::thread(std::exchange(worker, nullptr));
+  parked.acquire();
 }
+
+void ScriptedFramework::tick(int result) {
+  waitResult = result;
+  released.release();
+  parked.acquire();
+}
+
+void ScriptedFramework::join() {
+  settle();
+  waitResult = PResult::ok;
+  released.release();
+  fThread.join();
+  while (parked.try_acquire() || released.try_acquire()) continue;
+}
+
+PMutex::~PMutex() { framework().call("~PMutex"); }
 
 int PMutex::init(bool recursive) noexcept {
-  const int res = framework().call(line("mutex init", recursive));
-  if (res != PResult::ok) return res;
-  fInitialized = true;
-  return -pthread_mutex_init(&fMutex, nullptr);
+  const int res = framework().call(recursive ? "mutex init recursive" : "mutex init");
+  fInitialized = res == PResult::ok;
+  return res;
 }
 
 int PMutex::lock() noexcept {
   if (!fInitialized) return -EINVAL;
-  ++framework().locks;
   ++ScriptedFramework::mutexesHeld;
   return -pthread_mutex_lock(&fMutex);
 }
@@ -67,99 +77,94 @@ int PMutex::unlock() noexcept {
   return -pthread_mutex_unlock(&fMutex);
 }
 
-PConditionalVar::~PConditionalVar() { framework().record("~PConditionalVar"); }
+PConditionalVar::~PConditionalVar() { framework().call("~PConditionalVar"); }
 
 int PConditionalVar::init() noexcept { return framework().call("cond init"); }
 
 int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
-  framework().call(line("wait", timeoutMs));
+  framework().call("wait " + std::to_string(timeoutMs));
   mutex->unlock();
-  const int res = framework().park();
+  framework().parked.release();
+  framework().released.acquire();
   mutex->lock();
-  return res;
+  return framework().waitResult;
 }
 
 int PConditionalVar::notifyAll() noexcept {
-  if (ScriptedFramework::mutexesHeld != 0) ADD_FAILURE() << "notified with the mutex held";
+  EXPECT_EQ(ScriptedFramework::mutexesHeld, 0);
   return framework().call("notifyAll");
 }
 
 PThread::~PThread() {
-  framework().record("~PThread");
-  if (!fJoinable) return;
-  framework().drain();
-  pthread_join(fThread, nullptr);
+  framework().call("~PThread");
+  if (fJoinable) framework().join();
 }
 
 int PThread::pcreate(StartRoutine routine, void* argument) noexcept {
   const int res = framework().call("pcreate");
-  if (res != PResult::ok) return res;
-  auto start = std::make_unique<Start>(routine, argument);
-  framework().workerCreated();
-  fStarted = fJoinable = true;
-  return -pthread_create(&fThread, nullptr, runWorker, start.release());
+  fJoinable = res == PResult::ok;
+  if (!fJoinable) return res;
+  framework().worker = [routine, argument] {
+    routine(argument);
+    framework().parked.release();
+  };
+  return PResult::ok;
 }
 
-int PThread::pjoin(void*& result) noexcept {
+int PThread::pjoin(void*&) noexcept {
   const int res = framework().call("pjoin", fJoinable ? PResult::ok : -ESRCH);
-  if (res != PResult::ok) return res;
-  framework().drain();
-  fJoinable = false;
-  return -pthread_join(fThread, &result);
+  if (std::exchange(fJoinable, false)) framework().join();
+  return res;
 }
 
-int PThread::pdetach() noexcept { return framework().call("pdetach", fJoinable ? 0 : -ESRCH); }
+int PThread::pdetach() noexcept { return framework().call("pdetach"); }
 
-// Ids that a journal can name.
-void* PThread::getThreadId() const noexcept {
-  return fStarted ? reinterpret_cast<void*>(0x11) : nullptr;
-}
+void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(0x11); }
 
 void* PThread::getCurrentThreadId() noexcept {
   return reinterpret_cast<void*>(ScriptedFramework::isWorker ? 0x22 : 0x33);
 }
 
 int PThread::setName(const char* name) noexcept {
-  framework().record(std::string("setName ") + name);
-  return PResult::ok;
+  const int res = framework().call(std::string("setName ") + name);
+  ScriptedFramework::isWorker = true;
+  return res;
 }
 
-long long PTime::getTickCount() noexcept {
-  return std::exchange(framework().now, framework().now + framework().tickStep);
-}
+long long PTime::getTickCount() noexcept { return framework().now; }
 
 long long PTime::getTickCountDiff(long long from, long long to) noexcept { return to - from; }
 
 int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
                    std::vector<unsigned int>& parentPids) noexcept {
-  if (!pids.empty() || !parentPids.empty()) ADD_FAILURE() << "lists not fresh";
-  auto const& instances = framework().processes[PUtils::toUtf8(name)];
-  const int res = framework().call("find " + PUtils::toUtf8(name),
-                                   instances.empty() ? PResult::notFound : PResult::ok);
-  for (auto const& process : instances) {
+  EXPECT_TRUE(pids.empty() && parentPids.empty());
+  for (auto const& process : framework().processes[PUtils::toUtf8(name)]) {
     pids.push_back(process.pid);
     parentPids.push_back(process.parent);
+    framework().found[process.pid] = process;
   }
-  return res;
+  return framework().call("find " + PUtils::toUtf8(name),
+                          pids.empty() ? PResult::notFound : PResult::ok);
 }
 
-// A reading sets its output even when its result is scripted to be a failure.
 int PProcess::getCPUUsage(unsigned int pid, unsigned int& percent) noexcept {
-  percent = framework().processOf(pid).cpu;
-  return framework().call(line("getCPUUsage", pid));
+  percent = framework().found[pid].cpu;
+  return framework().call("getCPUUsage " + std::to_string(pid));
 }
 
 int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept {
-  kib = framework().processOf(pid).mem;
-  return framework().call(line("getMemoryUsage", pid));
+  kib = framework().found[pid].mem;
+  return framework().call("getMemoryUsage " + std::to_string(pid));
 }
 
 int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
-  running = framework().processOf(pid).running;
-  return framework().call(line("isRunning", pid));
+  running = framework().found[pid].running;
+  return framework().call("isRunning " + std::to_string(pid));
 }
 
-int PProcess::kill(unsigned int pid) noexcept { return framework().call(line("kill", pid)); }
+int PProcess::kill(unsigned int pid) noexcept {
+  return framework().call("kill " + std::to_string(pid));
+}
 
 int PProcess::start(PLiteral const& executable, PLiteral const& arguments,
                     PLiteral const& workingDir, unsigned int& pid) noexcept {

@@ -3,19 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstddef>
-#include <cstring>
-#include <vector>
+#include <bit>
 
-#include "framework/IConfig.h"
 #include "framework/IConfigManager.h"
-#include "framework/IEventDispatcher.h"
-#include "framework/IExtCounters.h"
-#include "framework/ILogger.h"
 #include "framework/IOSRestart.h"
-#include "framework/IPlugin.h"
-#include "plugin/PBaseptr.h"
-#include "watchdog/IProcessWatchdog.h"
+#include "plugin/PProcessWatchdogPlugin.h"
 
 namespace {
 
@@ -23,69 +15,46 @@ namespace {
 /// The Itanium ABI marks the offset itself, ARM's variant the adjustment.
 template <class Operation>
 std::ptrdiff_t slot(Operation operation) {
-  std::array<std::ptrdiff_t, 2> parts{};
-  static_assert(sizeof operation == sizeof parts);
-  std::memcpy(parts.data(), &operation, sizeof operation);
+  const auto parts = std::bit_cast<std::array<std::ptrdiff_t, 2>>(operation);
 #if defined(__arm__) || defined(__aarch64__)
-  const bool isVirtual = (parts[1] & 1) != 0;
-  const std::ptrdiff_t offset = parts[0];
+  const std::ptrdiff_t offset = (parts[1] & 1) != 0 ? parts[0] : -1;
 #else
-  const bool isVirtual = (parts[0] & 1) != 0;
-  const std::ptrdiff_t offset = parts[0] - 1;
+  const std::ptrdiff_t offset = (parts[0] & 1) != 0 ? parts[0] - 1 : -1;
 #endif
-  return isVirtual ? offset / static_cast<std::ptrdiff_t>(sizeof(void*)) : -1;
+  return offset < 0 ? -1 : offset / static_cast<std::ptrdiff_t>(sizeof(void*));
 }
 
-/// Expects the operations in consecutive slots, the first of them in `first`.
+/// Expects the operations in consecutive slots, the first of them in `expected`.
 template <class... Operations>
-void expectOrder(std::ptrdiff_t first, Operations... operations) {
-  const std::vector<std::ptrdiff_t> slots = {slot(operations)...};
-  for (std::size_t i = 0; i < slots.size(); ++i) {
-    EXPECT_EQ(slots[i], first + static_cast<std::ptrdiff_t>(i)) << "operation " << i;
-  }
+void expectOrder(std::ptrdiff_t expected, Operations... operations) {
+  for (const std::ptrdiff_t found : {slot(operations)...}) EXPECT_EQ(found, expected++);
 }
 
-template <class I, class... Operations>
-void expectInterface(Operations... operations) {
-  expectOrder(0, &I::incRef, &I::decRef, operations...);
-}
-
-TEST(SlotOrder, OfTheFramework) {
-  expectInterface<IBase>();
-  expectInterface<IPlugin>(&IPlugin::init, &IPlugin::getInterfaces, &IPlugin::getInstance);
-  expectInterface<ILogger>(&ILogger::init, &ILogger::setLevel, &ILogger::getLevel, &ILogger::flush,
-                           &ILogger::info, &ILogger::error, &ILogger::debug);
-  expectInterface<IConfigManager>(&IConfigManager::loadByPath, &IConfigManager::loadByID);
-  expectInterface<IConfig>(&IConfig::getID, &IConfig::contains, &IConfig::getString,
-                           &IConfig::getInt, &IConfig::getUInt, &IConfig::getLong,
-                           &IConfig::getDouble, &IConfig::getBool);
-  expectInterface<IEventListener>(&IEventListener::onEvent);
-  expectInterface<IEventDispatcher>(&IEventDispatcher::subscribe, &IEventDispatcher::unsubscribe,
-                                    &IEventDispatcher::postEvent);
-  expectInterface<IExtCounters>(&IExtCounters::increment, &IExtCounters::getValue);
-  expectInterface<IOSRestart>(&IOSRestart::restart);
-}
-
-TEST(SlotOrder, OfTheWatchdog) {
-  using W = IProcessWatchdog;
-  expectInterface<W>(&W::addProcessEntry, &W::removeProcessEntry, &W::containsProcess,
-                     &W::getProcessInfo);
-  using I = IProcessWatchdogInfo;
-  expectInterface<I>(&I::getName, &I::getPeriod, &I::getCpuEnabled, &I::getCpuLimit,
-                     &I::getMemEnabled, &I::getMemLimit, &I::getInstEnabled, &I::getInstLimit,
-                     &I::getRespawnEnabled, &I::getRespawnLimit, &I::getShouldCountOnlyDiffParents,
-                     &I::getShouldCountOnlyRunning, &I::getShouldSendEvent, &I::getAction,
-                     &I::getExecutable, &I::getArguments, &I::getWorkingDir);
+TEST(SlotOrder, IsThatOfTheContract) {
+  expectOrder(0, &IPlugin::incRef, &IPlugin::decRef, &IPlugin::init, &IPlugin::getInterfaces,
+              &IPlugin::getInstance);
+  expectOrder(2, &ILogger::init, &ILogger::setLevel, &ILogger::getLevel, &ILogger::flush,
+              &ILogger::info, &ILogger::error, &ILogger::debug);
+  expectOrder(2, &IConfigManager::loadByPath, &IConfigManager::loadByID);
+  expectOrder(2, &IConfig::getID, &IConfig::contains, &IConfig::getString, &IConfig::getInt,
+              &IConfig::getUInt, &IConfig::getLong, &IConfig::getDouble, &IConfig::getBool);
+  expectOrder(2, &IEventListener::onEvent);
+  expectOrder(2, &IEventDispatcher::subscribe, &IEventDispatcher::unsubscribe,
+              &IEventDispatcher::postEvent);
+  expectOrder(2, &IExtCounters::increment, &IExtCounters::getValue);
+  expectOrder(2, &IOSRestart::restart);
+  expectOrder(2, &IProcessWatchdog::addProcessEntry, &IProcessWatchdog::removeProcessEntry,
+              &IProcessWatchdog::containsProcess, &IProcessWatchdog::getProcessInfo);
   using E = IProcessWatchdogEntry;
-  expectOrder(19, &E::setName, &E::setPeriod, &E::setCpuEnabled, &E::setCpuLimit, &E::setMemEnabled,
-              &E::setMemLimit, &E::setInstEnabled, &E::setInstLimit, &E::setRespawnEnabled,
-              &E::setRespawnLimit, &E::setShouldCountOnlyDiffParents, &E::setShouldCountOnlyRunning,
-              &E::setShouldSendEvent, &E::setAction, &E::setExecutable, &E::setArguments,
-              &E::setWorkingDir);
-}
-
-TEST(SlotOrder, OfThePointersBehindTheTwoSlotsOfTheirDestructor) {
-  expectOrder(2, &PPtr<int>::newCounter, &PPtr<int>::freePtr);
+  expectOrder(2, &E::getName, &E::getPeriod, &E::getCpuEnabled, &E::getCpuLimit, &E::getMemEnabled,
+              &E::getMemLimit, &E::getInstEnabled, &E::getInstLimit, &E::getRespawnEnabled,
+              &E::getRespawnLimit, &E::getShouldCountOnlyDiffParents, &E::getShouldCountOnlyRunning,
+              &E::getShouldSendEvent, &E::getAction, &E::getExecutable, &E::getArguments,
+              &E::getWorkingDir, &E::setName, &E::setPeriod, &E::setCpuEnabled, &E::setCpuLimit,
+              &E::setMemEnabled, &E::setMemLimit, &E::setInstEnabled, &E::setInstLimit,
+              &E::setRespawnEnabled, &E::setRespawnLimit, &E::setShouldCountOnlyDiffParents,
+              &E::setShouldCountOnlyRunning, &E::setShouldSendEvent, &E::setAction,
+              &E::setExecutable, &E::setArguments, &E::setWorkingDir);
   expectOrder(2, &PBaseptr<IBase>::newCounter, &PBaseptr<IBase>::freePtr);
 }
 
