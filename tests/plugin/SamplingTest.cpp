@@ -32,6 +32,17 @@ TEST_F(Sampling, FirstClosedWindowEndsTheWindowsOfAllProcesses) {
   EXPECT_EQ(averagesAfter(1), average(7, 30));
 }
 
+TEST_F(Sampling, AReusedNumberContinuesTheSumsOfWhoVanished) {
+  start();
+  monitor({.on = "c", .period = 2});
+  processes["web"] = {{10, 1, 90}};
+  EXPECT_EQ(averagesAfter(0), "");
+  processes.clear();
+  EXPECT_EQ(averagesAfter(1000), "");
+  processes["web"] = {{10, 1, 11}};
+  EXPECT_EQ(averagesAfter(1000), average((90 + 11) / 2, 10));
+}
+
 TEST_F(Sampling, AFailedReadingCountsWithWhatItLeft) {
   start();
   monitor({.on = "cim", .period = 1})->setMemLimit(5'000'000'000ULL);
