@@ -3,7 +3,6 @@
 #include <cerrno>
 
 #include "framework/PGuard.h"
-#include "framework/PUtils.h"
 
 int ExtCounters::increment(PLiteral const& name) {
   return pGuarded([&] {
@@ -22,11 +21,4 @@ int ExtCounters::getValue(PLiteral const& name, unsigned long long& value) const
     value = found->second;
     return PResult::ok;
   });
-}
-
-std::map<std::string, unsigned long long> ExtCounters::snapshot() const {
-  std::map<std::string, unsigned long long> values;
-  const std::lock_guard lock(fMutex);
-  for (auto const& [name, value] : fValues) values[PUtils::toUtf8(name)] = value;
-  return values;
 }

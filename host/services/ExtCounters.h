@@ -2,13 +2,12 @@
 
 #include <map>
 #include <mutex>
-#include <string>
 
 #include "framework/IExtCounters.h"
 #include "framework/PString.h"
 #include "host/RefCounted.h"
 
-/// Named counters, and the host's own look at all of them. Any thread may call.
+/// Named counters. Any thread may call.
 class ExtCounters : public RefCounted<IExtCounters> {
  public:
   ExtCounters() = default;
@@ -16,9 +15,6 @@ class ExtCounters : public RefCounted<IExtCounters> {
   /// @return 0, or -EINVAL for the empty name.
   int increment(PLiteral const& name) override;
   int getValue(PLiteral const& name, unsigned long long& value) const override;
-
-  /// All counters at one moment, by their names in UTF-8.
-  std::map<std::string, unsigned long long> snapshot() const;
 
  private:
   ~ExtCounters() override = default;
