@@ -122,8 +122,6 @@ TEST_F(ProcessUtilitiesTest, FindsMeasuresAndJudgesWhatItStarted) {
   ::kill(static_cast<pid_t>(pid), SIGKILL);
   awaitEnd(pid);
   EXPECT_EQ(find(), PResult::notFound);
-  EXPECT_EQ(fUtilities->getCPUUsage(pid, percent), PResult::notFound);
-  EXPECT_EQ(fUtilities->getMemoryUsage(pid, kib), PResult::notFound);
   EXPECT_EQ(fUtilities->kill(pid), PResult::notFound);
 }
 
