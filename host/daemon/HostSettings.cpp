@@ -77,6 +77,13 @@ ConfigValue const* storeKillGrace(ConfigValue const& value, Target& target) {
   return nullptr;
 }
 
+ConfigValue const* storeProcessEvents(ConfigValue const& value, Target& target) {
+  auto const* flag = std::get_if<bool>(&value.content);
+  if (flag == nullptr) return &value;
+  target.settings.processEvents = *flag;
+  return nullptr;
+}
+
 ConfigValue const* storeRestartCommand(ConfigValue const& value, Target& target) {
   std::string const* command = textOf(value);
   std::vector<std::string> words;
@@ -93,13 +100,14 @@ struct Row {
   Store store;
 };
 
-constexpr std::array<Row, 7> kRows = {{
+constexpr std::array<Row, 8> kRows = {{
     {"plugins", "an array of strings that name files", storePlugins},
     {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
     {"log_file", "a string that names a file", storeLogFile},
     {"config_dir", "a string that names a folder", storePath<&HostSettings::configDir>},
     {"kill_grace_ms", "an integer from 0 to 600000", storeKillGrace},
     {"program_output", "a string that names a file", storePath<&HostSettings::programOutput>},
+    {"process_events", "a boolean", storeProcessEvents},
     {"restart_command", "a command line with every quote closed", storeRestartCommand},
 }};
 

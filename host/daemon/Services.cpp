@@ -20,7 +20,11 @@ std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
   ProcessSettings process;
   process.killGrace = settings.killGrace;
   process.programOutput = settings.programOutput;
-  return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"));
+  process.keptDescriptors = descriptorsToKeep();
+  ProcessWorld world = ProcessWorld::real();
+  if (settings.processEvents) world.events = listenToKernel();
+  return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"),
+                                            std::move(world));
 }
 
 RestartMeans restartMeans(HostSettings const& settings,

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace {
 
-constexpr std::size_t kFirstSweep = 256;
 constexpr std::chrono::microseconds kSecond = std::chrono::seconds(1);
 
 unsigned int percentOf(std::chrono::microseconds used, std::chrono::microseconds elapsed) {
@@ -17,44 +15,26 @@ unsigned int percentOf(std::chrono::microseconds used, std::chrono::microseconds
 
 }  // namespace
 
-CpuMeter::CpuMeter(IClock const& clock, unsigned int ticksPerSecond, IsAlive isAlive)
-    : fClock(clock),
-      fTicksPerSecond(ticksPerSecond),
-      fIsAlive(std::move(isAlive)),
-      fSweepAt(kFirstSweep) {}
-
 std::chrono::microseconds CpuMeter::duration(unsigned long long ticks) const {
   return std::chrono::microseconds(static_cast<long long>(
       ticks * static_cast<unsigned long long>(kSecond.count()) / fTicksPerSecond));
 }
 
-unsigned int CpuMeter::percentSince(Look const& last, Look const& now) const {
-  const auto elapsed = now.at - last.at;
-  // A counter that ran backwards measured nothing.
-  const auto used = now.cpuTicks > last.cpuTicks ? now.cpuTicks - last.cpuTicks : 0;
-  return percentOf(duration(used), elapsed);
-}
-
-unsigned int CpuMeter::usage(unsigned int pid, ProcessStat const& stat) {
-  Look now{stat.startTicks, stat.cpuTicks, fClock.monotonic(), 0};
-  const auto known = fLooks.find(pid);
-  if (known == fLooks.end() || known->second.startTicks != stat.startTicks) {
-    now.percent =
-        percentOf(duration(stat.cpuTicks), fClock.sinceBoot() - duration(stat.startTicks));
-    if (known == fLooks.end() && fLooks.size() >= fSweepAt) forgetTheDead();
-    fLooks[pid] = now;
-    return now.percent;
+unsigned int CpuMeter::measure(ProcessReading const& reading) {
+  ProcessStat const& stat = reading.stat;
+  if (!fIsStarted) {
+    // Since its start the machine may have been asleep, which counts as time.
+    fPercent = percentOf(duration(stat.cpuTicks), reading.sinceBoot - duration(stat.startTicks));
+  } else if (reading.monotonic - fAt < kSecond / fTicksPerSecond) {
+    // Within one unit of accounting there is nothing new to see.
+    return fPercent;
+  } else {
+    // A counter that ran backwards measured nothing.
+    const auto used = stat.cpuTicks > fCpuTicks ? stat.cpuTicks - fCpuTicks : 0;
+    fPercent = percentOf(duration(used), reading.monotonic - fAt);
   }
-  // Within one unit of accounting there is nothing new to see.
-  if (now.at - known->second.at >= kSecond / fTicksPerSecond) {
-    now.percent = percentSince(known->second, now);
-    known->second = now;
-  }
-  return known->second.percent;
-}
-
-void CpuMeter::forgetTheDead() {
-  std::erase_if(fLooks,
-                [this](auto const& look) { return !fIsAlive(look.first, look.second.startTicks); });
-  fSweepAt = std::max(kFirstSweep, 2 * fLooks.size());
+  fIsStarted = true;
+  fCpuTicks = stat.cpuTicks;
+  fAt = reading.monotonic;
+  return fPercent;
 }

@@ -1,42 +1,33 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
-#include <unordered_map>
-
 #include "host/process/IClock.h"
 #include "host/process/ProcessStat.h"
 
+/// A process as it was read at one moment.
+struct ProcessReading {
+  ProcessStat stat;
+  std::chrono::microseconds monotonic{0};
+  std::chrono::microseconds sinceBoot{0};
+};
+
 /// Turns the processor time that a process has used so far into the percentage
-/// that it used since it was last looked at. One thread at a time.
+/// that it used since it was last measured.
 class CpuMeter {
  public:
-  /// Whether the process with this number and start is still there.
-  using IsAlive = std::function<bool(unsigned int pid, unsigned long long startTicks)>;
-
-  /// @param clock outlives this object.
   /// @param ticksPerSecond the unit of the kernel's accounting.
-  CpuMeter(IClock const& clock, unsigned int ticksPerSecond, IsAlive isAlive);
+  explicit CpuMeter(unsigned int ticksPerSecond) : fTicksPerSecond(ticksPerSecond) {}
 
-  /// Whole percent of one core since the last look at the process with this
-  /// number and start, or since its start.
-  unsigned int usage(unsigned int pid, ProcessStat const& stat);
+  /// Whole percent of one core since the last measurement, or for the first one
+  /// since the start of the process.
+  /// @param reading not older than the last one.
+  unsigned int measure(ProcessReading const& reading);
 
  private:
-  struct Look {
-    unsigned long long startTicks = 0;
-    unsigned long long cpuTicks = 0;
-    std::chrono::microseconds at{0};
-    unsigned int percent = 0;
-  };
-
   std::chrono::microseconds duration(unsigned long long ticks) const;
-  unsigned int percentSince(Look const& last, Look const& now) const;
-  void forgetTheDead();
 
-  IClock const& fClock;
   unsigned int fTicksPerSecond;
-  IsAlive fIsAlive;
-  std::unordered_map<unsigned int, Look> fLooks;
-  std::size_t fSweepAt;
+  bool fIsStarted = false;
+  unsigned long long fCpuTicks = 0;
+  std::chrono::microseconds fAt{0};
+  unsigned int fPercent = 0;
 };

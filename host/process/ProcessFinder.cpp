@@ -1,7 +1,6 @@
 #include "host/process/ProcessFinder.h"
 
 #include <algorithm>
-#include <cerrno>
 
 #include "framework/PResult.h"
 
@@ -10,45 +9,57 @@ namespace {
 /// What the kernel keeps of a program's name.
 constexpr std::size_t kCommLength = 15;
 
-/// Another user's process may be hidden; it is then as good as not there.
-bool isHidden(int res) { return res == -EACCES || res == -EPERM; }
+/// Names that nobody asks for any more are forgotten when there are so many.
+constexpr std::size_t kMostNames = 4096;
 
 }  // namespace
+
+int ProcessFinder::lookIfDue(std::string const& name) {
+  if (fAnsweredIn.size() >= kMostNames) fAnsweredIn.clear();
+  unsigned long& answeredIn = fAnsweredIn[name];
+  if (answeredIn == fLook || fClock.sinceBoot() - fLookedAt >= KnownProcesses::kFreshness) {
+    ++fLook;
+    fResult = fNames.look(fChanged);
+    fKnown.recheck(fChanged);
+    fLookedAt = fClock.sinceBoot();
+  }
+  answeredIn = fLook;
+  return fResult;
+}
+
+/// The processes that may bear the name, in ascending order.
+ProcessFinder::Pids ProcessFinder::candidates(std::string const& name) const {
+  Pids pids = fNames.bearing(name);
+  if (name.size() <= kCommLength) return pids;
+  Pids const& cut = fNames.bearing(name.substr(0, kCommLength));
+  const auto middle = pids.insert(pids.end(), cut.begin(), cut.end());
+  std::inplace_merge(pids.begin(), middle, pids.end());
+  return pids;
+}
 
 bool ProcessFinder::bearsName(unsigned int pid, std::string const& comm,
                               std::string const& name) const {
   if (comm == name) return true;
-  if (name.size() <= kCommLength || comm != name.substr(0, kCommLength)) return false;
-  const auto names = fTree.programNames(pid);
-  return std::find(names.begin(), names.end(), name) != names.end();
+  return name.size() > kCommLength && name.starts_with(comm) && comm.size() == kCommLength &&
+         fTree.wasExecutedAs(pid, name);
 }
 
-int ProcessFinder::examine(unsigned int pid, std::string const& name, ProcessStat& stat) const {
-  std::string comm;
-  const int res = fTree.readComm(pid, comm);
-  if (res != PResult::ok) return res;
-  return bearsName(pid, comm, name) ? fTree.readLiving(pid, stat) : PResult::notFound;
-}
-
-int ProcessFinder::find(std::string const& name, std::vector<unsigned int>& pids,
-                        std::vector<unsigned int>& parentPids) const {
+int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
   pids.clear();
   parentPids.clear();
-  std::vector<unsigned int> all;
-  int res = fTree.listPids(all);
-  if (res != PResult::ok) return res == PResult::notFound ? -ENOENT : res;
-
-  ProcessStat stat;
-  for (const unsigned int pid : all) {
-    res = examine(pid, name, stat);
-    if (res == PResult::notFound || isHidden(res)) continue;
-    if (res != PResult::ok) {
+  int res = lookIfDue(name);
+  if (res != PResult::ok) return res;
+  for (const unsigned int pid : candidates(name)) {
+    KnownProcesses::Process const* process = nullptr;
+    res = fKnown.bind(pid, process);
+    if (res == PResult::ok && bearsName(pid, process->reading.stat.comm, name)) {
+      pids.push_back(pid);
+      parentPids.push_back(process->reading.stat.parentPid);
+    } else if (res != PResult::ok && !ProcessTree::isNobody(res)) {
       pids.clear();
       parentPids.clear();
       return res;
     }
-    pids.push_back(pid);
-    parentPids.push_back(stat.parentPid);
   }
   return pids.empty() ? PResult::notFound : PResult::ok;
 }

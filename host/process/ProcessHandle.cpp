@@ -5,7 +5,7 @@
 #include "framework/PResult.h"
 
 int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsigned int pid,
-                        ProcessHandle& handle, ProcessStat& stat) {
+                        Look const& look, ProcessHandle& handle, ProcessStat& stat) {
   handle = ProcessHandle();
   handle.fTree = &tree;
   handle.fSignals = &signals;
@@ -14,14 +14,13 @@ int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsig
   // that is held, or of one that took over a number whose hold is void.
   const int opened = signals.open(pid, handle.fDescriptor);
   if (opened == PResult::notFound) return opened;
-  int res = tree.readLiving(pid, stat);
+  int res = look(pid, stat);
   if (res == -EMFILE) {
     // The hold took the last descriptor; looking is worth more.
     handle.fDescriptor.reset();
-    res = tree.readLiving(pid, stat);
+    res = look(pid, stat);
   }
   if (res != PResult::ok) return res;
-  if (!tree.isProcess(pid)) return PResult::notFound;
   handle.fStartTicks = stat.startTicks;
   return PResult::ok;
 }

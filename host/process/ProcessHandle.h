@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "host/process/IProcessSignals.h"
 #include "host/process/ProcessTree.h"
 #include "host/process/UniqueFd.h"
@@ -11,12 +13,17 @@
 /// time is compared right before each act instead.
 class ProcessHandle {
  public:
+  /// Reads the living process that is meant by a number, or answers
+  /// `PResult::notFound` or a negative code.
+  using Look = std::function<int(unsigned int pid, ProcessStat& stat)>;
+
   /// Gets hold of a living process.
   /// @param tree, signals outlive the handle.
-  /// @param stat set to its state, read after the hold was taken.
+  /// @param look is called once the hold was taken, at most twice.
+  /// @param stat set to the state of the process.
   /// @return 0, `PResult::notFound`, or a negative code.
   static int open(ProcessTree const& tree, IProcessSignals& signals, unsigned int pid,
-                  ProcessHandle& handle, ProcessStat& stat);
+                  Look const& look, ProcessHandle& handle, ProcessStat& stat);
 
   unsigned int pid() const { return fPid; }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 
 /// How the process utilities see and treat the processes of this machine.
@@ -10,6 +11,10 @@ struct ProcessSettings {
 
   /// How long a process may take to end after SIGTERM before it gets SIGKILL.
   std::chrono::milliseconds killGrace{3000};
+
+  /// How many descriptors may be kept open from look to look. Beyond that, files
+  /// are opened and closed, which costs several times as much.
+  std::size_t keptDescriptors = 256;
 
   /// File that standard output and standard error of started programs are
   /// appended to; empty for /dev/null.

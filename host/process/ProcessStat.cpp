@@ -1,8 +1,7 @@
 #include "host/process/ProcessStat.h"
 
-#include <algorithm>
-#include <array>
 #include <charconv>
+#include <cstring>
 
 namespace {
 
@@ -14,27 +13,51 @@ enum Field : std::size_t {
   kSystemTicks = 12,
   kThreadCount = 17,
   kStartTicks = 19,
-  kResidentPages = 21,
-  kFieldCount = 22
+  kResidentPages = 21
 };
 
 constexpr unsigned int kKernelThreadFlag = 0x00200000;  // PF_KTHREAD
 
-template <class Number>
-bool readNumber(std::string_view text, Number& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size();
-}
+/// Reads the fields after the name one by one.
+class FieldReader {
+ public:
+  explicit FieldReader(std::string_view text) : fAt(text.data()), fEnd(fAt + text.size()) {}
 
-/// The blank-separated fields at the front of `text`, as many as are wanted.
-bool splitFields(std::string_view text, std::array<std::string_view, kFieldCount>& fields) {
-  for (auto& field : fields) {
-    const auto length = std::min(text.find_first_of(" \n"), text.size());
-    field = text.substr(0, length);
-    if (field.empty()) return false;
-    text.remove_prefix(std::min(length + 1, text.size()));
+  /// Goes to a field behind the one that was read last.
+  bool goTo(Field field) {
+    for (; fField < field; ++fField) {
+      const void* blank = std::memchr(fAt, ' ', static_cast<std::size_t>(fEnd - fAt));
+      if (blank == nullptr) return false;
+      fAt = static_cast<const char*>(blank) + 1;
+    }
+    return true;
   }
-  return true;
+
+  template <class Number>
+  bool read(Field field, Number& number) {
+    if (!goTo(field)) return false;
+    const auto [end, error] = std::from_chars(fAt, fEnd, number);
+    const bool isWhole = error == std::errc() && (end == fEnd || *end == ' ' || *end == '\n');
+    fAt = end;
+    return isWhole;
+  }
+
+ private:
+  const char* fAt;
+  const char* fEnd;
+  std::size_t fField = 0;
+};
+
+/// The name, in which the kernel writes `\n` for a newline and `\\` for a backslash.
+std::string unescape(std::string_view text) {
+  if (text.find('\\') == std::string_view::npos) return std::string(text);
+  std::string name;
+  for (; !text.empty(); text.remove_prefix(1)) {
+    const bool isEscape = text.starts_with("\\n") || text.starts_with("\\\\");
+    if (isEscape) text.remove_prefix(1);
+    name += isEscape && text.front() == 'n' ? '\n' : text.front();
+  }
+  return name;
 }
 
 }  // namespace
@@ -52,24 +75,23 @@ bool ProcessStat::isKernelThread() const { return (flags & kKernelThreadFlag) !=
 std::optional<ProcessStat> parseProcessStat(std::string_view text) {
   // The last parenthesis closes the name: what follows it has none.
   const auto open = text.find('(');
-  const auto close = text.rfind(") ");
-  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
+  const auto close = text.rfind(')');
+  constexpr std::string_view kShortest = ") S ";
+  if (open == std::string_view::npos || close == std::string_view::npos || close < open ||
+      text.size() - close < kShortest.size() || text[close + 1] != ' ' || text[close + 3] != ' ') {
     return std::nullopt;
   }
-  std::array<std::string_view, kFieldCount> fields;
-  if (!splitFields(text.substr(close + 2), fields) || fields[0].size() != 1) return std::nullopt;
-
   ProcessStat stat;
-  stat.comm = text.substr(open + 1, close - open - 1);
-  stat.state = fields[0].front();
+  stat.comm = unescape(text.substr(open + 1, close - open - 1));
+  stat.state = text[close + 2];
+  FieldReader fields(text.substr(close + 2));
   unsigned long long userTicks = 0;
   unsigned long long systemTicks = 0;
   const bool isWhole =
-      readNumber(fields[kParentPid], stat.parentPid) && readNumber(fields[kFlags], stat.flags) &&
-      readNumber(fields[kUserTicks], userTicks) && readNumber(fields[kSystemTicks], systemTicks) &&
-      readNumber(fields[kThreadCount], stat.threadCount) &&
-      readNumber(fields[kStartTicks], stat.startTicks) &&
-      readNumber(fields[kResidentPages], stat.residentPages);
+      fields.read(kParentPid, stat.parentPid) && fields.read(kFlags, stat.flags) &&
+      fields.read(kUserTicks, userTicks) && fields.read(kSystemTicks, systemTicks) &&
+      fields.read(kThreadCount, stat.threadCount) && fields.read(kStartTicks, stat.startTicks) &&
+      fields.read(kResidentPages, stat.residentPages);
   if (!isWhole) return std::nullopt;
   stat.cpuTicks = userTicks + systemTicks;
   return stat;

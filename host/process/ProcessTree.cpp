@@ -16,26 +16,23 @@
 
 namespace {
 
-/// More than any `stat` file and enough for the first words of a command line.
-constexpr std::size_t kReadSize = 2 * PATH_MAX;
-
 int resultOf(int error) {
   const bool isGone = error == ENOENT || error == ESRCH;
   return isGone ? PResult::notFound : -error;
 }
 
-/// Reads the front of a file, as much as one read of it yields.
-int readFront(std::string const& path, std::string& text) {
-  const UniqueFd fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!fd) return resultOf(errno);
-  text.resize(kReadSize);
-  ssize_t length = -1;
-  do {
-    length = ::read(fd.get(), text.data(), text.size());
-  } while (length < 0 && errno == EINTR);
-  if (length < 0) return resultOf(errno);
-  text.resize(static_cast<std::size_t>(length));
-  return PResult::ok;
+/// More than any `stat` file and enough for the first words of a command line.
+using Buffer = std::array<char, 2 * PATH_MAX>;
+
+int openFile(std::string const& path, UniqueFd& fd) {
+  fd = UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return fd ? PResult::ok : resultOf(errno);
+}
+
+int readFile(std::string const& path, std::span<char> buffer, std::string_view& text) {
+  UniqueFd fd;
+  const int res = openFile(path, fd);
+  return res == PResult::ok ? ProcessTree::readFront(fd.get(), buffer, text) : res;
 }
 
 /// Numeric entries of a folder, in ascending order.
@@ -56,8 +53,8 @@ int listNumbers(std::string const& path, std::vector<unsigned int>& numbers) {
   return PResult::ok;
 }
 
-std::string baseName(std::string_view path) {
-  return std::string(path.substr(path.find_last_of('/') + 1));
+std::string_view baseName(std::string_view path) {
+  return path.substr(path.find_last_of('/') + 1);
 }
 
 /// The base name behind the link to an executable, which the kernel marks when
@@ -69,7 +66,7 @@ std::string executableName(std::string const& link) {
   if (length <= 0) return {};
   std::string_view path(target.data(), static_cast<std::size_t>(length));
   if (path.ends_with(kDeleted)) path.remove_suffix(kDeleted.size());
-  return baseName(path);
+  return std::string(baseName(path));
 }
 
 }  // namespace
@@ -80,25 +77,40 @@ std::string ProcessTree::path(unsigned int pid, std::string_view file) const {
   return path;
 }
 
+bool ProcessTree::isNobody(int res) {
+  return res == PResult::notFound || res == -EACCES || res == -EPERM;
+}
+
 int ProcessTree::listPids(std::vector<unsigned int>& pids) const {
   return listNumbers(fRoot, pids);
 }
 
-int ProcessTree::readComm(unsigned int pid, std::string& comm) const {
-  const int res = readFront(path(pid, "comm"), comm);
-  // One newline ends the name; any other is part of it.
-  if (res == PResult::ok && comm.ends_with('\n')) comm.pop_back();
-  return res;
+int ProcessTree::open(unsigned int pid, const char* file, UniqueFd& fd) const {
+  return openFile(path(pid, file), fd);
 }
 
-int ProcessTree::readStatFile(std::string const& path, ProcessStat& stat) {
-  std::string text;
-  const int res = readFront(path, text);
-  if (res != PResult::ok) return res;
+int ProcessTree::readFront(int fd, std::span<char> buffer, std::string_view& text) {
+  ssize_t length = -1;
+  do {
+    length = ::pread(fd, buffer.data(), buffer.size(), 0);
+  } while (length < 0 && errno == EINTR);
+  if (length < 0) return resultOf(errno);
+  text = {buffer.data(), static_cast<std::size_t>(length)};
+  return PResult::ok;
+}
+
+int ProcessTree::parseStat(std::string_view text, ProcessStat& stat) {
   auto parsed = parseProcessStat(text);
   if (!parsed) return -EPROTO;
   stat = std::move(*parsed);
   return PResult::ok;
+}
+
+int ProcessTree::readStatFile(std::string const& path, ProcessStat& stat) {
+  Buffer buffer;
+  std::string_view text;
+  const int res = readFile(path, buffer, text);
+  return res == PResult::ok ? parseStat(text, stat) : res;
 }
 
 int ProcessTree::readStat(unsigned int pid, ProcessStat& stat) const {
@@ -111,9 +123,10 @@ int ProcessTree::readLiving(unsigned int pid, ProcessStat& stat) const {
 }
 
 bool ProcessTree::isProcess(unsigned int pid) const {
-  std::string status;
-  return readFront(path(pid, "status"), status) == PResult::ok &&
-         status.find("\nTgid:\t" + std::to_string(pid) + "\n") != std::string::npos;
+  Buffer buffer;
+  std::string_view status;
+  return readFile(path(pid, "status"), buffer, status) == PResult::ok &&
+         status.find("\nTgid:\t" + std::to_string(pid) + "\n") != std::string_view::npos;
 }
 
 int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
@@ -129,17 +142,16 @@ int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
   return PResult::notFound;
 }
 
-std::vector<std::string> ProcessTree::programNames(unsigned int pid) const {
+bool ProcessTree::wasExecutedAs(unsigned int pid, std::string_view name) const {
+  if (executableName(path(pid, "exe")) == name) return true;
   constexpr std::size_t kWords = 3;
-  std::vector<std::string> names = {executableName(path(pid, "exe"))};
-  std::string commandLine;
-  if (readFront(path(pid, "cmdline"), commandLine) == PResult::ok) {
-    std::string_view rest = commandLine;
-    for (std::size_t word = 0; word < kWords && !rest.empty(); ++word) {
-      const auto length = std::min(rest.find('\0'), rest.size());
-      names.push_back(baseName(rest.substr(0, length)));
-      rest.remove_prefix(std::min(length + 1, rest.size()));
-    }
+  Buffer buffer;
+  std::string_view rest;
+  if (readFile(path(pid, "cmdline"), buffer, rest) != PResult::ok) return false;
+  for (std::size_t word = 0; word < kWords && !rest.empty(); ++word) {
+    const auto length = std::min(rest.find('\0'), rest.size());
+    if (baseName(rest.substr(0, length)) == name) return true;
+    rest.remove_prefix(std::min(length + 1, rest.size()));
   }
-  return names;
+  return false;
 }

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "host/process/ProcessStat.h"
+#include "host/process/UniqueFd.h"
 
 /// Reads the process table below the folder where it is mounted.
 ///
@@ -15,11 +17,21 @@ class ProcessTree {
  public:
   explicit ProcessTree(std::string root) : fRoot(std::move(root)) {}
 
+  /// Whether a result says that there is no such process. One of another user may
+  /// be hidden, which is as good as not there.
+  static bool isNobody(int res);
+
   /// All processes, in ascending order.
   int listPids(std::vector<unsigned int>& pids) const;
 
-  /// The name that the kernel keeps, any bytes but a null.
-  int readComm(unsigned int pid, std::string& comm) const;
+  /// Opens a file in the folder of a process.
+  int open(unsigned int pid, const char* file, UniqueFd& fd) const;
+
+  /// Reads an open file from its beginning, as much as one read of it yields.
+  /// @param text set to what was read, inside `buffer`.
+  static int readFront(int fd, std::span<char> buffer, std::string_view& text);
+
+  static int parseStat(std::string_view text, ProcessStat& stat);
 
   int readStat(unsigned int pid, ProcessStat& stat) const;
 
@@ -34,10 +46,10 @@ class ProcessTree {
   /// The state of a thread that lives while the main thread of `pid` does not.
   int readLivingThread(unsigned int pid, ProcessStat& stat) const;
 
-  /// The base names under which `pid` was executed: of its executable, where
-  /// that may be read, and of the first three words of its command line: an interpreted
-  /// script comes after its interpreter and at most one option of that.
-  std::vector<std::string> programNames(unsigned int pid) const;
+  /// Whether this is the base name of the executable, where that may be read, or
+  /// of one of the first three words of the command line: an interpreted script
+  /// comes after its interpreter and at most one option of that.
+  bool wasExecutedAs(unsigned int pid, std::string_view name) const;
 
  private:
   std::string path(unsigned int pid, std::string_view file) const;

@@ -26,48 +26,46 @@ ProcessUtilities::ProcessUtilities(ProcessSettings settings, std::shared_ptr<spd
       fLog(std::move(log)),
       fWorld(std::move(world)),
       fTree(fSettings.procRoot),
-      fFinder(fTree),
-      fCpuMeter(*fWorld.clock, systemSetting(_SC_CLK_TCK),
-                [this](unsigned int pid, unsigned long long startTicks) {
-                  ProcessStat stat;
-                  return fTree.readLiving(pid, stat) == PResult::ok &&
-                         stat.startTicks == startTicks;
-                }),
+      fNameBudget(fSettings.keptDescriptors / 2),
+      fStatBudget(fSettings.keptDescriptors - fSettings.keptDescriptors / 2),
+      fNames(fTree, fNameBudget, std::move(fWorld.events)),
+      fKnown(fTree, *fWorld.clock, fStatBudget, systemSetting(_SC_CLK_TCK)),
+      fFinder(fTree, *fWorld.clock, fNames, fKnown),
       fReaper(fLog) {}
 
 int ProcessUtilities::find(std::string const& name, std::vector<unsigned int>& pids,
                            std::vector<unsigned int>& parentPids) {
-  takeKilled();
+  const std::lock_guard lock(fMutex);
+  fKilledSinceFind.clear();
   return fFinder.find(name, pids, parentPids);
 }
 
 int ProcessUtilities::getCPUUsage(unsigned int pid, unsigned int& percent) {
-  ProcessStat stat;
-  const int res = fTree.readLiving(pid, stat);
-  if (res != PResult::ok) return res;
   const std::lock_guard lock(fMutex);
-  percent = fCpuMeter.usage(pid, stat);
+  KnownProcesses::Process* process = nullptr;
+  const int res = fKnown.ask(pid, KnownProcesses::kCpu, process);
+  if (res != PResult::ok) return res;
+  if (process->reading.stat.isDead()) return PResult::notFound;
+  percent = process->cpuMeter.measure(process->reading);
   return PResult::ok;
 }
 
 int ProcessUtilities::getMemoryUsage(unsigned int pid, unsigned long long& kib) {
-  ProcessStat stat;
-  int res = fTree.readLiving(pid, stat);
-  // A main thread that has ended has let go of the memory; the others have not.
-  if (res == PResult::ok && stat.state == 'Z') res = fTree.readLivingThread(pid, stat);
+  const std::lock_guard lock(fMutex);
+  KnownProcesses::Process* process = nullptr;
+  const int res = fKnown.ask(pid, KnownProcesses::kMemory, process);
   if (res != PResult::ok) return res;
+  if (process->reading.stat.isDead()) return PResult::notFound;
   constexpr unsigned long long kKib = 1024;
-  kib = stat.residentPages * systemSetting(_SC_PAGESIZE) / kKib;
+  kib = process->reading.stat.residentPages * systemSetting(_SC_PAGESIZE) / kKib;
   return PResult::ok;
 }
 
 int ProcessUtilities::isRunning(unsigned int pid, bool& running) {
-  ProcessStat stat;
-  int res = fTree.readStat(pid, stat);
-  if (res == PResult::ok && stat.state == 'Z' && !stat.isDead()) {
-    res = fTree.readLivingThread(pid, stat);
-  }
-  if (res == PResult::ok) running = stat.isRunning();
+  const std::lock_guard lock(fMutex);
+  KnownProcesses::Process* process = nullptr;
+  const int res = fKnown.ask(pid, KnownProcesses::kIsRunning, process);
+  if (res == PResult::ok) running = process->reading.stat.isRunning();
   return res;
 }
 
@@ -75,13 +73,20 @@ bool ProcessUtilities::isUntouchable(unsigned int pid, ProcessStat const& stat) 
   return pid <= kInitPid || pid == static_cast<unsigned int>(::getpid()) || stat.isKernelThread();
 }
 
+int ProcessUtilities::hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat) {
+  const std::lock_guard lock(fMutex);
+  const auto look = [this](unsigned int number, ProcessStat& seen) {
+    return fKnown.confirm(number, seen);
+  };
+  return ProcessHandle::open(fTree, *fWorld.signals, pid, look, process, stat);
+}
+
 int ProcessUtilities::kill(unsigned int pid) {
   // Above this a number would be taken for a group of processes, or for all.
   if (pid > INT_MAX) return PResult::notFound;
   ProcessHandle process;
   ProcessStat stat;
-  int res =
-      pid == 0 ? PResult::ok : ProcessHandle::open(fTree, *fWorld.signals, pid, process, stat);
+  int res = pid == 0 ? PResult::ok : hold(pid, process, stat);
   if (res != PResult::ok) return res;
   if (isUntouchable(pid, stat)) {
     fLog->error("process {} ({}) is never signalled", pid, stat.comm);
@@ -140,6 +145,13 @@ int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
   UniqueFd descriptor;
   // Without one the child is looked for now and then.
   static_cast<void>(fWorld.signals->open(pid, descriptor));
+  {
+    // Before it can be reaped, so that the number is certainly its own.
+    const std::lock_guard lock(fMutex);
+    KnownProcesses::Process const* process = nullptr;
+    static_cast<void>(fKnown.bind(pid, process));
+    fFinder.add(pid);
+  }
   fReaper.adopt(pid, std::move(descriptor), request.executable);
   return PResult::ok;
 }

@@ -8,11 +8,14 @@
 #include <vector>
 
 #include "host/libvesk/IProcessUtilities.h"
-#include "host/process/CpuMeter.h"
+#include "host/process/DescriptorBudget.h"
 #include "host/process/IClock.h"
+#include "host/process/IProcessEvents.h"
 #include "host/process/IProcessSignals.h"
 #include "host/process/ISpawner.h"
+#include "host/process/KnownProcesses.h"
 #include "host/process/ProcessFinder.h"
+#include "host/process/ProcessNames.h"
 #include "host/process/ProcessSettings.h"
 #include "host/process/ProcessTree.h"
 #include "host/process/Reaper.h"
@@ -22,8 +25,9 @@ struct ProcessWorld {
   std::unique_ptr<IClock> clock;
   std::unique_ptr<IProcessSignals> signals;
   std::unique_ptr<ISpawner> spawner;
+  std::unique_ptr<IProcessEvents> events;  ///< null: every look reads the whole table
 
-  /// The machine that this process runs on.
+  /// The machine that this process runs on, without its events.
   static ProcessWorld real();
 };
 
@@ -51,6 +55,7 @@ class ProcessUtilities : public IProcessUtilities {
 
  private:
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
+  int hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat);
   int launch(SpawnRequest const& request, unsigned int& pid);
   std::vector<unsigned int> takeKilled();
 
@@ -58,9 +63,12 @@ class ProcessUtilities : public IProcessUtilities {
   std::shared_ptr<spdlog::logger> fLog;
   ProcessWorld fWorld;
   ProcessTree fTree;
+  std::mutex fMutex;  ///< guards what follows, up to the reaper
+  DescriptorBudget fNameBudget;
+  DescriptorBudget fStatBudget;
+  ProcessNames fNames;
+  KnownProcesses fKnown;
   ProcessFinder fFinder;
-  std::mutex fMutex;  ///< guards the two that follow
-  CpuMeter fCpuMeter;
   std::vector<unsigned int> fKilledSinceFind;
   Reaper fReaper;
 };
