@@ -2,12 +2,22 @@
 
 #include "framework/PResult.h"
 
+namespace {
+
+/// Of a process that is there, no file that is kept is empty.
+int readProcess(UniqueFd const& fd, std::span<char> buffer, std::string_view& text) {
+  const int res = ProcessTree::readFront(fd.get(), buffer, text);
+  return res == PResult::ok && text.empty() ? PResult::notFound : res;
+}
+
+}  // namespace
+
 int KeptFile::read(ProcessTree const& tree, unsigned int pid, const char* file,
                    DescriptorBudget* budget, std::span<char> buffer, std::string_view& text) {
-  if (fDescriptor) return ProcessTree::readFront(fDescriptor.get(), buffer, text);
+  if (fDescriptor) return readProcess(fDescriptor, buffer, text);
   UniqueFd opened;
   int res = tree.open(pid, file, opened);
-  if (res == PResult::ok) res = ProcessTree::readFront(opened.get(), buffer, text);
+  if (res == PResult::ok) res = readProcess(opened, buffer, text);
   if (res == PResult::ok && budget != nullptr && budget->take()) {
     fDescriptor = std::move(opened);
     fBudget = budget;

@@ -8,7 +8,7 @@
 #include "host/process/ProcessTree.h"
 #include "host/process/UniqueFd.h"
 
-/// A file of one process's folder that is read again and again.
+/// A file of one process's folder, never an empty one, that is read again and again.
 ///
 /// Its descriptor is kept open within a budget. That is more than a saving: a kept
 /// descriptor answers `PResult::notFound` once that very process is gone, even if

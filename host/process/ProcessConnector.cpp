@@ -173,8 +173,7 @@ std::unique_ptr<IProcessEvents> listenToKernel() {
   sockaddr_nl address{};
   address.nl_family = AF_NETLINK;
   address.nl_groups = CN_IDX_PROC;
-  if (!socket ||
-      ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+  if (!socket || ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
     return nullptr;
   }
   // Without the right to more than usual, the usual has to do.

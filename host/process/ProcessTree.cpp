@@ -53,9 +53,7 @@ int listNumbers(std::string const& path, std::vector<unsigned int>& numbers) {
   return PResult::ok;
 }
 
-std::string_view baseName(std::string_view path) {
-  return path.substr(path.find_last_of('/') + 1);
-}
+std::string_view baseName(std::string_view path) { return path.substr(path.find_last_of('/') + 1); }
 
 /// The base name behind the link to an executable, which the kernel marks when
 /// the file was removed or replaced while it runs.

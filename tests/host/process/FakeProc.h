@@ -35,4 +35,11 @@ class FakeProc : public TemporaryFolder {
     makeFile(folder + "status", "Name:\tx\nTgid:\t" + std::to_string(pid) + "\nNgid:\t0\n");
     makeFile(folder + "cmdline", process.commandLine);
   }
+
+  /// Also for whoever keeps its files open.
+  void remove(unsigned int pid) const {
+    makeFile(std::to_string(pid) + "/comm", "");
+    makeFile(std::to_string(pid) + "/stat", "");
+    std::filesystem::remove_all(path(std::to_string(pid)));
+  }
 };

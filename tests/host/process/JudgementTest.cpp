@@ -11,12 +11,15 @@
 #include "framework/PResult.h"
 #include "host/process/ProcessUtilities.h"
 #include "tests/host/process/FakeProc.h"
+#include "tests/host/process/ScriptedClock.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using Pids = std::vector<unsigned int>;
 
 class RecordedSignals : public IProcessSignals {
  public:
@@ -36,19 +39,50 @@ class RecordedSignals : public IProcessSignals {
 
 class JudgementTest : public testing::Test {
  protected:
-  JudgementTest() {
+  JudgementTest() { useDescriptors(8); }
+
+  /// Begins anew, with so many descriptors to be kept.
+  void useDescriptors(std::size_t most) {
     auto signals = std::make_unique<RecordedSignals>();
     fSignals = signals.get();
     ProcessWorld world = ProcessWorld::real();
     world.signals = std::move(signals);
+    auto clock = std::make_unique<ScriptedClock>();
+    fClock = clock.get();
+    world.clock = std::move(clock);
     auto log =
         std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::null_sink_mt>());
     fUtilities = std::make_unique<ProcessUtilities>(
-        ProcessSettings{.procRoot = fProc.path(), .killGrace = 200ms}, log, std::move(world));
+        ProcessSettings{.procRoot = fProc.path(), .killGrace = 200ms, .keptDescriptors = most}, log,
+        std::move(world));
+  }
+
+  Pids find(std::string const& name) {
+    Pids pids;
+    Pids parents;
+    const int res = fUtilities->find(name, pids, parents);
+    EXPECT_EQ(res, pids.empty() ? PResult::notFound : PResult::ok);
+    return pids;
+  }
+
+  /// What each operation on a number answers.
+  std::vector<int> ask(unsigned int pid) {
+    bool running = false;
+    unsigned int percent = 0;
+    unsigned long long kib = 0;
+    return {fUtilities->isRunning(pid, running), fUtilities->getCPUUsage(pid, percent),
+            fUtilities->getMemoryUsage(pid, kib)};
+  }
+
+  unsigned long long kib(unsigned int pid) {
+    unsigned long long kib = 0;
+    EXPECT_EQ(fUtilities->getMemoryUsage(pid, kib), 0);
+    return kib;
   }
 
   FakeProc fProc;
   RecordedSignals* fSignals = nullptr;
+  ScriptedClock* fClock = nullptr;
   std::unique_ptr<ProcessUtilities> fUtilities;
 };
 
@@ -138,6 +172,83 @@ TEST_F(JudgementTest, EveryStateIsJudged) {
     EXPECT_EQ(fUtilities->getMemoryUsage(50, kib), reading);
     EXPECT_EQ(kib, reading == 0 ? 256U * static_cast<unsigned int>(::getpagesize()) / 1024 : 0U);
   }
+}
+
+TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
+  for (const std::size_t descriptors : {8U, 0U}) {
+    SCOPED_TRACE(descriptors);
+    useDescriptors(descriptors);
+    fProc.add(60, {.comm = "web", .startTicks = 7});
+    EXPECT_THAT(find("web"), ElementsAre(60));
+    fProc.add(60, {.comm = "web", .startTicks = 8});
+    fClock->fNow += 1s;
+    EXPECT_THAT(ask(60), Each(PResult::notFound));
+    EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
+    EXPECT_THAT(fSignals->fSent, IsEmpty());
+
+    EXPECT_THAT(find("web"), ElementsAre(60)) << "and for the next one, once that was found";
+    EXPECT_THAT(ask(60), Each(0));
+    EXPECT_EQ(fUtilities->kill(60), 0);
+    fProc.remove(60);
+    EXPECT_THAT(find("web"), IsEmpty());
+    EXPECT_THAT(ask(60), Each(PResult::notFound));
+    fProc.add(60, {.comm = "stranger", .startTicks = 9});
+    EXPECT_THAT(find("web"), IsEmpty());
+    EXPECT_THAT(ask(60), Each(PResult::notFound));
+    EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
+    // A number that nobody was given means whoever bears it.
+    fProc.add(61, {.comm = "any", .startTicks = 7});
+    EXPECT_THAT(ask(61), Each(0));
+    fProc.add(61, {.comm = "any", .startTicks = 8});
+    EXPECT_THAT(ask(61), Each(0));
+  }
+}
+
+TEST_F(JudgementTest, APassSeesOneMoment) {
+  const unsigned long long page = static_cast<unsigned int>(::getpagesize()) / 1024;
+  fProc.add(60, {.comm = "web", .pages = 1});
+  EXPECT_THAT(find("web"), ElementsAre(60));
+  fProc.add(60, {.comm = "web", .pages = 2});
+  fProc.add(61, {.comm = "db"});
+  EXPECT_EQ(kib(60), page);
+  EXPECT_EQ(kib(60), 2 * page) << "asked again";
+  EXPECT_THAT(find("db"), IsEmpty());
+  EXPECT_THAT(find("db"), ElementsAre(61)) << "asked again";
+  fProc.add(60, {.comm = "web", .pages = 3});
+  EXPECT_THAT(find("web"), ElementsAre(60));
+  fProc.add(60, {.comm = "web", .pages = 4});
+  fProc.add(62, {.comm = "cache"});
+  fClock->fNow += 499ms;
+  EXPECT_EQ(kib(60), 3 * page);
+  EXPECT_THAT(find("cache"), IsEmpty());
+  EXPECT_THAT(find("web"), ElementsAre(60));
+  fProc.add(60, {.comm = "web", .pages = 5});
+  fProc.add(63, {.comm = "mail"});
+  fClock->fNow += 500ms;
+  EXPECT_EQ(kib(60), 5 * page) << "a pass that took long";
+  EXPECT_THAT(find("mail"), ElementsAre(63));
+
+  EXPECT_THAT(find("web"), ElementsAre(60));
+  fSignals->fOnSend = [&](int) { fProc.add(60, {.comm = "web", .state = 'Z'}); };
+  EXPECT_EQ(fUtilities->kill(60), 0);
+  EXPECT_THAT(ask(60), ElementsAre(0, PResult::notFound, PResult::notFound)) << "killed meanwhile";
+}
+
+TEST_F(JudgementTest, WhatVanishesWhileItIsLookedAtIsGone) {
+  useDescriptors(0);
+  for (std::string const file : {"stat", "status", "task", "comm"}) {
+    SCOPED_TRACE(file);
+    fProc.add(60, {.comm = "web", .state = file == "task" ? 'Z' : 'S', .threads = 2});
+    fProc.makeFile("60/task/61/stat", statText(61, {.comm = "web"}));
+    std::filesystem::remove_all(fProc.path("60/" + file));
+    if (file != "comm") {
+      EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
+    }
+    if (file != "status") {
+      EXPECT_THAT(find("web"), IsEmpty());
+    }
+  }
+  EXPECT_THAT(fSignals->fSent, IsEmpty());
 }
 
 }  // namespace

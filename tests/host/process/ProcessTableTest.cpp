@@ -11,6 +11,7 @@
 #include "host/process/CpuMeter.h"
 #include "host/process/ProcessFinder.h"
 #include "tests/host/process/FakeProc.h"
+#include "tests/host/process/ScriptedClock.h"
 
 namespace {
 
@@ -51,7 +52,11 @@ class FinderTest : public testing::Test {
 
   FakeProc fProc;
   ProcessTree fTree{fProc.path()};
-  ProcessFinder fFinder{fTree};
+  ScriptedClock fClock;
+  DescriptorBudget fBudget{8};
+  ProcessNames fNames{fTree, fBudget, nullptr};
+  KnownProcesses fKnown{fTree, fClock, fBudget, 100};
+  ProcessFinder fFinder{fTree, fClock, fNames, fKnown};
   Pids fPids{99};
   Pids fParents{99};
 };
@@ -65,7 +70,8 @@ TEST_F(FinderTest, ListsTheLivingOfOneNameInAscendingOrder) {
   fProc.add(13, {.comm = "web", .state = 'Z'});
   fProc.add(14, {.comm = "web", .state = 'X', .threads = 2});
   fProc.add(15, {.comm = "web", .state = 'Z', .threads = 2});  // its main thread has ended
-  fProc.makeFile("16/comm", "web\n");                          // gone before it could be read
+  fProc.makeFile("15/task/18/stat", statText(18, {.comm = "other"}));
+  fProc.makeFile("16/comm", "web\n");  // gone before it could be read
   fProc.makeFile("self/comm", "web\n");
   fProc.makeFile("17x/comm", "web\n");
   EXPECT_EQ(find("web"), PResult::ok);
@@ -97,7 +103,7 @@ TEST_F(FinderTest, LongNamesAreConfirmed) {
 TEST_F(FinderTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
   fProc.add(5, {.comm = "web"});
   // Local, because a sanitizer's look at the fixture would need a descriptor.
-  ProcessFinder const& finder = fFinder;
+  ProcessFinder& finder = fFinder;
   Pids pids;
   Pids parents;
   rlimit before{};
@@ -117,19 +123,11 @@ TEST_F(FinderTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
   EXPECT_EQ(find("web"), -ENOENT);
 }
 
-class ScriptedClock : public IClock {
- public:
-  std::chrono::microseconds monotonic() const override { return fNow; }
-  std::chrono::microseconds sinceBoot() const override { return fNow + 1h; }
-  std::chrono::microseconds fNow = 500s;
-};
-
 TEST(CpuMeterTest, MeasuresSinceTheLastLook) {
-  ScriptedClock clock;
-  CpuMeter meter(clock, 100, [](unsigned int, unsigned long long) { return true; });
+  CpuMeter meter(100);
   // Started 10 s ago, in ticks of 10 ms since boot.
-  ProcessStat stat{.comm = "x", .cpuTicks = 250, .startTicks = (3600 + 490) * 100};
-  EXPECT_EQ(meter.usage(7, stat), 25U) << "since its start";
+  ProcessReading reading{{.comm = "x", .cpuTicks = 250, .startTicks = 4090 * 100}, 500s, 4100s};
+  EXPECT_EQ(meter.measure(reading), 25U) << "since its start";
 
   struct Look {
     std::chrono::milliseconds later;
@@ -141,25 +139,15 @@ TEST(CpuMeterTest, MeasuresSinceTheLastLook) {
        {Look{2000ms, 200, 100, "one core"}, Look{2000ms, 799, 399, "four, cut"},
         Look{9ms, 50, 399, "too soon to tell"}, Look{991ms, 0, 50, "what was too soon is not lost"},
         Look{1000ms, -300, 0, "a counter that ran backwards"},
-        Look{1000ms, 10, 10, "and goes on from there"}, Look{1000ms, 0, 0, "idle"}}) {
-    clock.fNow += look.later;
-    stat.cpuTicks += static_cast<unsigned long long>(look.moreTicks);
-    EXPECT_EQ(meter.usage(7, stat), look.percent) << look.what;
+        Look{1000ms, 10, 10, "and goes on from there"}, Look{1000ms, 0, 0, "idle"},
+        Look{-1000ms, 50, 0, "a clock that was set back"}}) {
+    // Between two looks the machine was suspended, which is no time in which a
+    // process could have run.
+    reading.sinceBoot += 1h;
+    reading.monotonic += look.later;
+    reading.stat.cpuTicks += static_cast<unsigned long long>(look.moreTicks);
+    EXPECT_EQ(meter.measure(reading), look.percent) << look.what;
   }
-  // The number came to another process, which has just started.
-  EXPECT_EQ(meter.usage(7, {.comm = "x", .cpuTicks = 10, .startTicks = (3600 + 500 + 7) * 100}),
-            10U);
-}
-
-TEST(CpuMeterTest, ForgetsTheDead) {
-  ScriptedClock clock;
-  std::size_t asked = 0;
-  CpuMeter meter(clock, 100, [&](unsigned int, unsigned long long) { return ++asked, false; });
-  for (unsigned int pid = 1; pid <= 10'000; ++pid)
-    meter.usage(pid, {.comm = "x", .startTicks = pid});
-  // Each of the dead is asked for once: none is kept from sweep to sweep.
-  EXPECT_GT(asked, 9'000U);
-  EXPECT_LT(asked, 10'000U);
 }
 
 TEST(CommandLineTest, SplitsPlainWordsAndQuotes) {

@@ -46,8 +46,7 @@ class ProcessUtilitiesTest : public testing::Test {
 
   void TearDown() override {
     fUtilities.reset();  // reaps no more
-    const ProcessTree tree("/proc");
-    ProcessFinder(tree).find(fName, fPids, fParents);
+    ProcessUtilities({}, std::make_shared<spdlog::logger>("none")).find(fName, fPids, fParents);
     for (const unsigned int pid : fPids) ::kill(static_cast<pid_t>(pid), SIGKILL);
     while (::waitpid(-1, nullptr, 0) > 0) {
     }
