@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string_view>
 #include <utility>
 
 #include "host/process/CommandLine.h"
+#include "host/process/ProgramLimits.h"
 #include "host/services/LogLevels.h"
 
 namespace {
@@ -49,15 +52,50 @@ ConfigValue const* storeLogFile(ConfigValue const& value, Target& target) {
   return nullptr;
 }
 
-ConfigValue const* storePlugins(ConfigValue const& value, Target& target) {
+/// Takes an array of texts over. @param take returns whether its text is right.
+template <typename Take>
+ConfigValue const* storeEach(ConfigValue const& value, Take take) {
   auto const* array = std::get_if<ConfigValue::Array>(&value.content);
   if (array == nullptr) return &value;
   for (ConfigValue const& element : *array) {
-    std::string const* path = textOf(element);
-    if (path == nullptr || path->empty()) return &element;
-    target.settings.plugins.push_back(target.absolute(*path));
+    std::string const* text = textOf(element);
+    if (text == nullptr || !take(*text)) return &element;
   }
   return nullptr;
+}
+
+ConfigValue const* storePlugins(ConfigValue const& value, Target& target) {
+  return storeEach(value, [&target](std::string const& path) {
+    if (!path.empty()) target.settings.plugins.push_back(target.absolute(path));
+    return !path.empty();
+  });
+}
+
+ConfigValue const* storeProgramEnvironment(ConfigValue const& value, Target& target) {
+  auto& environment = target.settings.programEnvironment;
+  environment.clear();
+  std::set<std::string> names;
+  return storeEach(value, [&environment, &names](std::string const& text) {
+    const std::string name = text.substr(0, text.find('='));
+    if (name.empty() || !names.insert(name).second) return false;
+    if (name != text) {
+      environment.push_back(text);
+    } else if (const char* own = std::getenv(name.c_str()); own != nullptr) {
+      environment.push_back(name + "=" + own);
+    }
+    return true;
+  });
+}
+
+ConfigValue const* storeProgramLimits(ConfigValue const& value, Target& target) {
+  auto& limits = target.settings.programLimits;
+  return storeEach(value, [&limits](std::string const& text) {
+    const auto limit = parseProgramLimit(text);
+    const bool isNew = limit && std::ranges::find(limits, limit->resource,
+                                                  &ProgramLimit::resource) == limits.end();
+    if (isNew) limits.push_back(*limit);
+    return isNew;
+  });
 }
 
 ConfigValue const* storeLogLevel(ConfigValue const& value, Target& target) {
@@ -100,7 +138,7 @@ struct Row {
   Store store;
 };
 
-constexpr std::array<Row, 8> kRows = {{
+constexpr std::array<Row, 10> kRows = {{
     {"plugins", "an array of strings that name files", storePlugins},
     {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
     {"log_file", "a string that names a file", storeLogFile},
@@ -108,13 +146,19 @@ constexpr std::array<Row, 8> kRows = {{
     {"kill_grace_ms", "an integer from 0 to 600000", storeKillGrace},
     {"program_output", "a string that names a file", storePath<&HostSettings::programOutput>},
     {"process_events", "a boolean", storeProcessEvents},
+    {"program_environment", R"(an array of "NAME=value" or "NAME", each name once,)",
+     storeProgramEnvironment},
+    {"program_limits",
+     R"(an array such as ["core=0", "nofile=1024:unlimited"], soft up to hard, each name once,)",
+     storeProgramLimits},
     {"restart_command", "a command line with every quote closed", storeRestartCommand},
 }};
 
 /// A value of the right type is wrong by what it says, so that is shown.
 std::string describeContent(ConfigValue const& value) {
-  std::string const* text = textOf(value);
-  return text != nullptr ? fmt::format("\"{}\"", *text) : describe(value);
+  auto const* text = std::get_if<std::string>(&value.content);
+  if (text == nullptr) return describe(value);
+  return textOf(value) != nullptr ? fmt::format("\"{}\"", *text) : "a string with a null in it";
 }
 
 using Complaint = std::pair<FilePosition, std::string>;

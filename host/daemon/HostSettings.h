@@ -6,11 +6,16 @@
 #include <vector>
 
 #include "host/daemon/Failure.h"
+#include "host/process/ProgramSettings.h"
 #include "host/services/LogOutput.h"
 #include "host/services/TomlFile.h"
 
 /// The host's own table of the configuration file.
 inline constexpr const char* kHostTable = "host";
+
+/// The environment of started programs unless another is configured.
+inline constexpr const char* kProgramPath =
+    "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
 
 /// The host's own settings. Paths in the file are relative to the file's folder;
 /// here they are absolute, or empty where nothing is set.
@@ -21,6 +26,8 @@ struct HostSettings {
   std::chrono::milliseconds killGrace{3000};  ///< between SIGTERM and SIGKILL
   std::string programOutput;                  ///< what started programs write; empty: nowhere
   bool processEvents = true;   ///< let the kernel tell what happens to processes
+  std::vector<std::string> programEnvironment{kProgramPath};  ///< each as "NAME=value"
+  std::vector<ProgramLimit> programLimits;                    ///< at most one for each resource
   std::string restartCommand;  ///< restarts the operating system; empty: the kernel does
 };
 

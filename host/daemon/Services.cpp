@@ -15,11 +15,20 @@
 
 namespace {
 
+/// Makes room for this process's own descriptors; what it starts gets the limit
+/// that it was itself started with, unless another is configured.
+std::vector<ProgramLimit> programLimits(HostSettings const& settings) {
+  const rlimit former = raiseDescriptorLimit();
+  std::vector<ProgramLimit> limits = {{RLIMIT_NOFILE, former.rlim_cur, former.rlim_max}};
+  limits.insert(limits.end(), settings.programLimits.begin(), settings.programLimits.end());
+  return limits;
+}
+
 std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
                                                 LogOutput const& output) {
   ProcessSettings process;
   process.killGrace = settings.killGrace;
-  process.programOutput = settings.programOutput;
+  process.programs = {settings.programOutput, settings.programEnvironment, programLimits(settings)};
   process.keptDescriptors = descriptorsToKeep();
   ProcessWorld world = ProcessWorld::real();
   if (settings.processEvents) world.events = listenToKernel();

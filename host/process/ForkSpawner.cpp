@@ -1,12 +1,10 @@
 #include <fcntl.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -14,39 +12,16 @@
 #include <string_view>
 
 #include "host/process/ISpawner.h"
+#include "host/process/ProgramLimits.h"
+#include "host/process/ProgramStart.h"
 #include "host/process/UniqueFd.h"
 
 namespace {
 
-constexpr int kFirstFree = 3;  // after the standard streams
-
-/// What the child was doing when it failed; its texts are in `kStepTexts`.
-enum Step : int { kSetUp, kWorkingDir, kExecute };
-
-constexpr std::array<const char*, 3> kStepTexts = {
-    "cannot set the process up", "cannot enter its working directory", "cannot be executed"};
-
-/// What the child tells its parent, if it cannot become the program.
-struct Report {
-  Step step;
-  int error;
-};
-
-/// All that the child needs, made before the fork: after it, nothing may be
-/// allocated, since another thread may have held the allocator's lock.
-struct Plan {
-  const char* path;
-  char* const* arguments;
-  const char* workingDir;  // null for the host's own
-  int input;
-  int output;
-  int report;
-};
-
 /// A copy of a descriptor out of the way of the standard streams, which may
 /// themselves be closed in this process.
 UniqueFd moveUp(UniqueFd fd) {
-  return fd ? UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, kFirstFree)) : std::move(fd);
+  return fd ? UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, kFirstFreeFd)) : std::move(fd);
 }
 
 UniqueFd openUp(const char* path, int flags) {
@@ -73,47 +48,17 @@ std::string resolve(std::string const& executable) {
   return executable;
 }
 
-void closeFrom(unsigned int first) {
-  if (::syscall(SYS_close_range, first, UINT_MAX, 0U) == 0) return;
-  // An older kernel: one by one, as far as descriptors can go.
-  constexpr long kMost = 1L << 16;  // the limit itself may be in the billions
-  const long limit = std::min(::sysconf(_SC_OPEN_MAX), kMost);
-  for (long fd = first; fd < limit; ++fd) ::close(static_cast<int>(fd));
-}
-
-[[noreturn]] void failInChild(int report, Step step) {
-  const Report message{step, errno};
-  static_cast<void>(!::write(report, &message, sizeof message));
-  ::_exit(127);
-}
-
-/// The child, from the fork to the program. Only calls that are safe in a signal
-/// handler.
-[[noreturn]] void becomeProgram(Plan const& plan) {
-  struct sigaction standard = {};
-  standard.sa_handler = SIG_DFL;
-  for (int signal = 1; signal < NSIG; ++signal) ::sigaction(signal, &standard, nullptr);
-  ::setsid();
-  const bool areStreamsSet = ::dup2(plan.input, STDIN_FILENO) >= 0 &&
-                             ::dup2(plan.output, STDOUT_FILENO) >= 0 &&
-                             ::dup2(plan.output, STDERR_FILENO) >= 0;
-  if (!areStreamsSet) failInChild(plan.report, kSetUp);
-  if (plan.workingDir != nullptr && ::chdir(plan.workingDir) != 0) {
-    failInChild(plan.report, kWorkingDir);
-  }
-  int report = plan.report;
-  if (report != kFirstFree) report = ::dup3(report, kFirstFree, O_CLOEXEC);
-  closeFrom(kFirstFree + 1);
-  sigset_t nothing;
-  ::sigemptyset(&nothing);
-  ::sigprocmask(SIG_SETMASK, &nothing, nullptr);
-  ::execve(plan.path, plan.arguments, environ);
-  failInChild(report, kExecute);
+/// The texts as `execve` takes them, which changes none.
+std::vector<char*> pointersTo(std::vector<std::string> const& texts) {
+  std::vector<char*> pointers;
+  for (auto const& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
 }
 
 /// Forks with all signals blocked, so that no handler of the host's runs in the
 /// child.
-pid_t forkChild(Plan const& plan) {
+pid_t forkChild(StartPlan const& plan) {
   sigset_t all;
   sigset_t before;
   ::sigfillset(&all);
@@ -128,7 +73,7 @@ pid_t forkChild(Plan const& plan) {
 
 /// Waits for the child to become the program, which closes the pipe.
 /// @return false when it reported a failure instead.
-bool awaitProgram(int pipe, Report& report) {
+bool awaitProgram(int pipe, StartReport& report) {
   ssize_t length = -1;
   do {
     length = ::read(pipe, &report, sizeof report);
@@ -136,14 +81,30 @@ bool awaitProgram(int pipe, Report& report) {
   return length != sizeof report;
 }
 
+/// What the child could not do, in the words of a message.
+std::string causeOf(StartReport const& report, std::vector<ProgramLimit> const& limits) {
+  switch (report.step) {
+    case StartStep::workingDir:
+      return "cannot enter its working directory";
+    case StartStep::limit:
+      return std::string("cannot be given its ") + limitName(limits[report.limit].resource) +
+             " limit";
+    case StartStep::execute:
+      return "cannot be executed";
+    default:
+      return "cannot set the process up";
+  }
+}
+
 SpawnOutcome failure(int error, std::string cause) { return {0, error, std::move(cause)}; }
 
 class ForkSpawner : public ISpawner {
  public:
   SpawnOutcome spawn(SpawnRequest const& request) override {
+    ProgramSettings const& settings = request.settings;
     SpawnOutcome outcome;
     UniqueFd null = openUp("/dev/null", O_RDWR);
-    UniqueFd output = openOutput(request.output, outcome.cause);
+    UniqueFd output = openOutput(settings.output, outcome.cause);
     std::array<int, 2> ends{-1, -1};
     if (!null || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
       return failure(errno, "no descriptor to start it with");
@@ -153,19 +114,20 @@ class ForkSpawner : public ISpawner {
     if (!writeEnd) return failure(errno, "no descriptor to start it with");
 
     const std::string path = resolve(request.executable);
-    std::vector<char*> arguments = {const_cast<char*>(request.executable.c_str())};
-    for (auto const& word : request.arguments) arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments = pointersTo(request.arguments);
+    arguments.insert(arguments.begin(), const_cast<char*>(request.executable.c_str()));
+    const std::vector<char*> environment = pointersTo(settings.environment);
     const char* workingDir = request.workingDir.empty() ? nullptr : request.workingDir.c_str();
-    const pid_t pid = forkChild({path.c_str(), arguments.data(), workingDir, null.get(),
-                                 output ? output.get() : null.get(), writeEnd.get()});
+    const pid_t pid =
+        forkChild({path.c_str(), arguments.data(), environment.data(), workingDir, settings.limits,
+                   null.get(), output ? output.get() : null.get(), writeEnd.get()});
     if (pid < 0) return failure(errno, "no process to start it in");
     writeEnd.reset();
 
-    Report report{};
+    StartReport report;
     if (!awaitProgram(readEnd.get(), report)) {
       ::waitpid(pid, nullptr, 0);
-      return failure(report.error, kStepTexts.at(static_cast<std::size_t>(report.step)));
+      return failure(report.error, causeOf(report, settings.limits));
     }
     outcome.pid = static_cast<unsigned int>(pid);
     return outcome;

@@ -4,12 +4,14 @@
 #include <string>
 #include <vector>
 
+#include "host/process/ProgramSettings.h"
+
 /// What to run, and how.
 struct SpawnRequest {
   std::string executable;              ///< a path, or a bare name to look up in PATH
   std::vector<std::string> arguments;  ///< without the program's own name
   std::string workingDir;              ///< empty for the host's own
-  std::string output;                  ///< appended to; empty for /dev/null
+  ProgramSettings settings;
 };
 
 /// How a program was started, or why not.
@@ -20,9 +22,10 @@ struct SpawnOutcome {
                          ///< could not be opened and the program runs all the same
 };
 
-/// Starts programs in a session of their own, with an empty signal mask, default
-/// dispositions, standard input from /dev/null and no other descriptor. Any
-/// thread may call.
+/// Starts programs in a session of their own without a terminal, with default
+/// dispositions and an empty mask of signals, umask 022, standard input from
+/// /dev/null, no other descriptor but the output, and the environment and limits
+/// of their settings. Any thread may call.
 class ISpawner {
  public:
   virtual ~ISpawner() = default;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string>
 
+#include "host/process/ProgramSettings.h"
+
 /// How the process utilities see and treat the processes of this machine.
 struct ProcessSettings {
   /// Where the process table is mounted.
@@ -16,7 +18,6 @@ struct ProcessSettings {
   /// are opened and closed, which costs several times as much.
   std::size_t keptDescriptors = 256;
 
-  /// File that standard output and standard error of started programs are
-  /// appended to; empty for /dev/null.
-  std::string programOutput{};
+  /// What started programs are given.
+  ProgramSettings programs{};
 };

@@ -112,7 +112,7 @@ int ProcessUtilities::start(std::string const& executable, std::string const& ar
     fLog->error("nothing to start: no executable is configured");
     return -EINVAL;
   }
-  SpawnRequest request{executable, {}, workingDir, fSettings.programOutput};
+  SpawnRequest request{executable, {}, workingDir, fSettings.programs};
   if (!splitCommandLine(arguments, request.arguments)) {
     fLog->error("not starting {}: a quote is not closed in its arguments: {}", executable,
                 arguments);
@@ -122,7 +122,7 @@ int ProcessUtilities::start(std::string const& executable, std::string const& ar
 }
 
 int ProcessUtilities::run(std::string const& commandLine, unsigned int& pid) {
-  SpawnRequest request{{}, {}, {}, fSettings.programOutput};
+  SpawnRequest request{{}, {}, {}, fSettings.programs};
   auto& words = request.arguments;
   if (!splitCommandLine(commandLine, words) || words.empty()) {
     fLog->error("cannot be run, empty or a quote is not closed: {}", commandLine);

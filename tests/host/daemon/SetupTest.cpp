@@ -4,6 +4,7 @@
 #include "tests/host/process/TemporaryFolder.h"
 
 using testing::ElementsAre;
+using testing::FieldsAre;
 
 namespace {
 
@@ -25,9 +26,12 @@ log_level = "error"
 config_dir = "conf/../d"
 kill_grace_ms = 600000
 restart_command = "/sbin/reboot 'now then'"
+program_environment = ["A=b=c", "VESK_TEST", "EMPTY=", "NOT_OF_THE_HOST"]
+program_limits = ["core=0", "fsize=4294967296:unlimited"]
 [watchdog]
 x = 1
 )";
+  ::setenv("VESK_TEST", "x", 1);
   const auto setup = std::get<DaemonSetup>(read(folder, text, options));
   HostSettings const& settings = setup.settings;
   EXPECT_THAT(settings.plugins, ElementsAre(folder.path("a.so"), "/b.so", "/1.so", "/2.so"));
@@ -35,6 +39,10 @@ x = 1
   EXPECT_EQ(settings.configDir, folder.path("d"));
   EXPECT_EQ(settings.killGrace, std::chrono::minutes(10));
   EXPECT_EQ(settings.restartCommand, "/sbin/reboot 'now then'");
+  EXPECT_THAT(settings.programEnvironment, ElementsAre("A=b=c", "VESK_TEST=x", "EMPTY="));
+  EXPECT_THAT(settings.programLimits,
+              ElementsAre(FieldsAre(RLIMIT_CORE, 0, 0),
+                          FieldsAre(RLIMIT_FSIZE, 4294967296, RLIM_INFINITY)));
   EXPECT_THAT(setup.mainFile->entries, ElementsAre(testing::Key("watchdog.x")));
   EXPECT_EQ(std::get<DaemonSetup>(read(folder, text)).settings.log.level, spdlog::level::err);
 }
@@ -59,8 +67,31 @@ x = 1
                   at("3:20: `host.plugins' contains the integer 3, but an array of strings .*"),
                   at("4:13: `host.log_level' is \"loud\", but .* or \"off\" is expected"),
                   at("5:17: `host.kill_grace_ms' is the integer 600001, but .* from 0 to 600000.*"),
-                  at("6:14: `host.config_dir' is a string, but a string that names a folder.*"),
+                  at("6:14: `host.config_dir' is a string with a null in it, but a.*"),
                   at("8:1: unknown key `host.inner.x'")));
+}
+
+TEST(Setup, NoWrongLimitOrVariablePasses) {
+  const TemporaryFolder folder;
+  const auto complaint = [&folder](std::string const& text) {
+    return std::get<Failure>(read(folder, "[host]\n" + text)).lines;
+  };
+  const std::string place = folder.path("host.toml") + ":2:";
+  for (std::string const wrong :
+       {"nofile", "nofile=", "nofile=1:", "nofile=:1", "nofile=1:2:3", "nofile=-1", "nofile=+1",
+        "nofile= 1", "nofile=1k", "nofile=2:1", "nofile=unlimited:1", "nofile=18446744073709551615",
+        "nofile=18446744073709551616", "NOFILE=1", "files=1", "=1", "core=1"}) {
+    EXPECT_THAT(complaint("program_limits = ['core=0', '" + wrong + "']"),
+                ElementsAre(place + "29: `host.program_limits' contains \"" + wrong +
+                            "\", but an array such as [\"core=0\", \"nofile=1024:unlimited\"], "
+                            "soft up to hard, each name once, is expected"));
+  }
+  for (std::string const wrong : {"", "=x", "A", "A=2"}) {
+    EXPECT_THAT(complaint("program_environment = ['A=1', '" + wrong + "']"),
+                ElementsAre(place + "31: `host.program_environment' contains \"" + wrong +
+                            "\", but an array of \"NAME=value\" or \"NAME\", each name once, "
+                            "is expected"));
+  }
 }
 
 }  // namespace

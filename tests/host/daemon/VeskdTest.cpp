@@ -11,6 +11,7 @@
 
 #include "tests/host/process/TemporaryFolder.h"
 
+using testing::HasSubstr;
 using testing::MatchesRegex;
 
 namespace {
@@ -169,7 +170,8 @@ TEST_F(Veskd, StopsCleanlyOnEachStopSignal) {
 }
 
 TEST_F(Veskd, StartsAKilledProgramAgainAndLeavesItRunning) {
-  auto veskd = run(kHost + kGlobals + entryOf("/bin/sleep", "1000"));
+  auto veskd =
+      run(kHost + "program_limits = ['nofile=50:60']\n" + kGlobals + entryOf("/bin/sleep", "1000"));
   const auto awaitStart = [&] {
     const std::string line = veskd->awaitLine("Successfully restarted `" + fName + "' '1000'");
     return line.empty() ? 0 : std::stoi(line.substr(line.rfind('=') + 1));
@@ -181,8 +183,15 @@ TEST_F(Veskd, StartsAKilledProgramAgainAndLeavesItRunning) {
   EXPECT_NE(first, second);
   veskd->signal(SIGTERM);
   EXPECT_EQ(veskd->awaitEnd(), 0);
-  EXPECT_THAT(contentOf("/proc/" + std::to_string(second) + "/stat"),
-              MatchesRegex("[0-9]+ \\(" + fName + "\\) [^ZX] .*"));
+  const std::string process = "/proc/" + std::to_string(second);
+  EXPECT_THAT(contentOf(process + "/stat"), MatchesRegex("[0-9]+ \\(" + fName + "\\) [^ZX] .*"));
+  EXPECT_THAT(contentOf(process + "/limits"), HasSubstr("Max open files            50    "));
+  std::string environment;  // empty until the kernel has set the program up
+  for (int i = 0; i < 100'000 && environment.empty(); ++i) {
+    environment = contentOf(process + "/environ");
+  }
+  std::string expected = "PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin";
+  EXPECT_EQ(environment, expected += '\0');
 }
 
 TEST_F(Veskd, ASecondInterruptDoesNotWaitForAStubbornProgram) {

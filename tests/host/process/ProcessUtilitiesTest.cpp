@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <spdlog/sinks/ostream_sink.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -37,11 +38,17 @@ class ProcessUtilitiesTest : public testing::Test {
     const std::string fifo = fFolder.path("output");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     fOutput = UniqueFd(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    configure({});
+  }
+
+  /// Makes the utilities that give started programs these settings.
+  void configure(ProgramSettings programs) {
     auto log = std::make_shared<spdlog::logger>(
         "test", std::make_shared<spdlog::sinks::ostream_sink_mt>(fLog));
     log->set_level(spdlog::level::debug);
+    programs.output = fFolder.path("output");
     fUtilities = std::make_unique<ProcessUtilities>(
-        ProcessSettings{.killGrace = kGrace, .programOutput = fifo}, log);
+        ProcessSettings{.killGrace = kGrace, .programs = std::move(programs)}, log);
   }
 
   void TearDown() override {
@@ -158,6 +165,11 @@ TEST_F(ProcessUtilitiesTest, AStoppingHostFinishesWhatItBeganAndNoMore) {
 }
 
 TEST_F(ProcessUtilitiesTest, StartedProgramsInheritNothing) {
+  // Of two limits for one resource the latter holds.
+  configure({.environment = {"A=b c", "EMPTY="},
+             .limits = {{RLIMIT_NOFILE, 9, 20}, {RLIMIT_NOFILE, 10, 19}}});
+  ::setenv("VESK_TEST", "of the host", 1);
+  const mode_t before = ::umask(077);
   const UniqueFd open(::open("/dev/null", O_RDONLY));  // on purpose without O_CLOEXEC
   sigset_t some;
   ::sigemptyset(&some);
@@ -167,10 +179,12 @@ TEST_F(ProcessUtilitiesTest, StartedProgramsInheritNothing) {
   unsigned int pid = 0;
   EXPECT_EQ(fUtilities->start(fProgram, "report 'one word' two", fFolder.path(), pid), 0);
   ::pthread_sigmask(SIG_UNBLOCK, &some, nullptr);
+  ::umask(before);
   const std::vector<std::string> expected = {
       "argument one word|",        "argument two|", "SigBlk:\t0000000000000000",
       "SigIgn:\t0000000000000000", "descriptors 3", "session own"};
   for (auto const& line : expected) EXPECT_EQ(readLine(), line);
+  EXPECT_EQ(readLine(), "umask 022, nofile 10:19, environment A=b c|EMPTY=|");
   EXPECT_EQ(readLine(), "folder " + std::filesystem::canonical(fFolder.path()).string());
 }
 
@@ -182,6 +196,7 @@ TEST_F(ProcessUtilitiesTest, WhatCannotBeStartedSaysWhy) {
     std::string executable, arguments, workingDir;
     int res;
     std::string cause;
+    ProgramLimit limit{RLIMIT_NOFILE, 0, 0};  // hinders the program, not its start
   };
   for (auto const& c : {
            Case{"", "", "", -EINVAL, "no executable is configured"},
@@ -191,8 +206,11 @@ TEST_F(ProcessUtilitiesTest, WhatCannotBeStartedSaysWhy) {
            Case{fFolder.path("text"), "", "", -EACCES, "cannot be executed: Permission denied"},
            Case{fFolder.path("broken"), "", "", -ENOENT, "cannot be executed: No such file"},
            Case{fProgram, "", "/nowhere", -ENOENT, "cannot enter its working directory: No such"},
+           Case{fProgram, "", "", -EPERM, "cannot be given its nofile limit: Operation not perm",
+                ProgramLimit{RLIMIT_NOFILE, 0, 1ULL << 40}},  // more than any kernel allows
        }) {
     fLog.str("");
+    configure({.limits = {{RLIMIT_CORE, 0, 0}, c.limit}});
     unsigned int pid = 77;
     EXPECT_EQ(fUtilities->start(c.executable, c.arguments, c.workingDir, pid), c.res) << c.cause;
     EXPECT_EQ(pid, 77U);

@@ -2,6 +2,8 @@
 // what its first argument asks for, and then stays until it is killed.
 
 #include <dirent.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -32,8 +34,13 @@ void report(int argc, char** argv) {
     if (entry->d_name[0] != '.') ++descriptors;
   std::printf("descriptors %d\n", descriptors);
   std::printf("session %s\n", ::getsid(0) == ::getpid() ? "own" : "other");
+  rlimit files{};
+  ::getrlimit(RLIMIT_NOFILE, &files);
+  std::printf("umask %03o, nofile %d:%d, environment ", ::umask(0),
+              static_cast<int>(files.rlim_cur), static_cast<int>(files.rlim_max));
+  for (char** entry = environ; *entry != nullptr; ++entry) std::printf("%s|", *entry);
   char cwd[4096];
-  std::printf("folder %s\n", ::getcwd(cwd, sizeof cwd));
+  std::printf("\nfolder %s\n", ::getcwd(cwd, sizeof cwd));
 }
 
 }  // namespace
