@@ -51,6 +51,7 @@ std::string resolve(std::string const& executable) {
 /// The texts as `execve` takes them, which changes none.
 std::vector<char*> pointersTo(std::vector<std::string> const& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (auto const& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
   pointers.push_back(nullptr);
   return pointers;
