@@ -7,9 +7,19 @@
 
 /// Finding, measuring, ending and starting processes of this machine.
 ///
-/// A process is named by its pid. Results are those of `PResult`; -504
-/// (`PResult::notFound`) always means that there is no such process. All
-/// operations may be called from any thread; none throws.
+/// A process is named by its pid. One that `find` or `start` handed out stands for
+/// that very process: when its number has come to another, all operations answer
+/// as for a process that is gone, until `find` hands the number out again. Any
+/// other pid means whoever bears it at the time of the call.
+///
+/// A pass over many programs sees one moment: `find` looks at the process table
+/// once for all names, and what it read of a process answers one question of each
+/// kind. Asked again for the same name, asked the same of the same process, or half
+/// a second later, it looks anew. What `kill` and `start` change shows at once.
+///
+/// Results are those of `PResult`; -504 (`PResult::notFound`) always means that
+/// there is no such process. All operations may be called from any thread; none
+/// throws.
 class VESK_API PProcess {
  public:
   PProcess() = delete;
