@@ -25,7 +25,7 @@ struct HostSettings {
   std::string configDir;                      ///< one file per plug-in; empty: the main file
   std::chrono::milliseconds killGrace{3000};  ///< between SIGTERM and SIGKILL
   std::string programOutput;                  ///< what started programs write; empty: nowhere
-  bool processEvents = true;   ///< let the kernel tell what happens to processes
+  bool processEvents = true;                  ///< let the kernel tell what happens to processes
   std::vector<std::string> programEnvironment{kProgramPath};  ///< each as "NAME=value"
   std::vector<ProgramLimit> programLimits;                    ///< at most one for each resource
   std::string restartCommand;  ///< restarts the operating system; empty: the kernel does

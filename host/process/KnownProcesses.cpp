@@ -1,7 +1,6 @@
 #include "host/process/KnownProcesses.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "framework/PResult.h"
@@ -12,9 +11,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kMemoryOfTheDead = 10min;
 constexpr std::size_t kFirstSweep = 256;
-
-/// Longer than any `stat` file.
-constexpr std::size_t kStatSize = 4096;
 
 }  // namespace
 
@@ -91,17 +87,16 @@ int KnownProcesses::read(unsigned int pid, Process& process) {
 
 int KnownProcesses::readStat(unsigned int pid, Process& process, ProcessStat& stat) {
   if (process.isGone) return PResult::notFound;
-  std::array<char, kStatSize> buffer;
   std::string_view text;
   bool isSame = process.isRead;
   const bool wasKept = process.statFile.isKept();
-  int res = process.statFile.read(fTree, pid, "stat", &fBudget, buffer, text);
+  int res = process.statFile.read(fTree, pid, "stat", &fBudget, fBuffer, text);
   if (res == PResult::notFound && wasKept) {
     // That process is gone; the number may have come to another.
     process.statFile.close();
     isSame = false;
     if (!process.isBound) {
-      res = process.statFile.read(fTree, pid, "stat", &fBudget, buffer, text);
+      res = process.statFile.read(fTree, pid, "stat", &fBudget, fBuffer, text);
     }
   }
   if (res == PResult::ok) res = ProcessTree::parseStat(text, stat);

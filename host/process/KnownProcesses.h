@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <unordered_map>
 #include <vector>
@@ -75,4 +76,5 @@ class KnownProcesses {
   unsigned int fTicksPerSecond;
   std::unordered_map<unsigned int, Process> fProcesses;
   std::size_t fSweepAt;
+  std::array<char, 4096> fBuffer{};  ///< for a `stat` file, which is shorter
 };

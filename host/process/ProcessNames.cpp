@@ -127,7 +127,7 @@ int ProcessNames::examine(unsigned int pid, Pids& changed) {
 int ProcessNames::readName(Named& process, std::string& comm) {
   // Of processes on which the kernel reports, a name is read once or twice only.
   DescriptorBudget* const budget = fEvents == nullptr ? &fBudget : nullptr;
-  std::array<char, kNameSize> buffer;
+  std::array<char, kNameSize> buffer{};
   std::string_view text;
   const bool wasKept = process.file.isKept();
   int res = process.file.read(fTree, process.pid, "comm", budget, buffer, text);

@@ -105,7 +105,7 @@ int ProcessTree::parseStat(std::string_view text, ProcessStat& stat) {
 }
 
 int ProcessTree::readStatFile(std::string const& path, ProcessStat& stat) {
-  Buffer buffer;
+  Buffer buffer{};
   std::string_view text;
   const int res = readFile(path, buffer, text);
   return res == PResult::ok ? parseStat(text, stat) : res;
@@ -121,7 +121,7 @@ int ProcessTree::readLiving(unsigned int pid, ProcessStat& stat) const {
 }
 
 bool ProcessTree::isProcess(unsigned int pid) const {
-  Buffer buffer;
+  Buffer buffer{};
   std::string_view status;
   return readFile(path(pid, "status"), buffer, status) == PResult::ok &&
          status.find("\nTgid:\t" + std::to_string(pid) + "\n") != std::string_view::npos;
@@ -143,7 +143,7 @@ int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
 bool ProcessTree::wasExecutedAs(unsigned int pid, std::string_view name) const {
   if (executableName(path(pid, "exe")) == name) return true;
   constexpr std::size_t kWords = 3;
-  Buffer buffer;
+  Buffer buffer{};
   std::string_view rest;
   if (readFile(path(pid, "cmdline"), buffer, rest) != PResult::ok) return false;
   for (std::size_t word = 0; word < kWords && !rest.empty(); ++word) {
