@@ -29,15 +29,21 @@ KnownProcesses::Process& KnownProcesses::at(unsigned int pid) {
   return fProcesses.try_emplace(pid, Process{{}, CpuMeter(fTicksPerSecond)}).first->second;
 }
 
-int KnownProcesses::bind(unsigned int pid, Process const*& process) {
+int KnownProcesses::bind(unsigned int pid, Meant const& isMeant, Process const*& process) {
   Process& known = at(pid);
-  known.isBound = false;
-  known.isGone = false;
-  const int res = read(pid, known);
-  known.isBound = res == PResult::ok;
-  process = &known;
+  Process next{{}, CpuMeter(fTicksPerSecond)};
+  int res = read(pid, known);
+  // The number may have come to another, which takes it over only if it is meant:
+  // whoever was given the number before must not reach that one by it.
+  const bool isAnother = res == PResult::notFound && known.isBound;
+  if (isAnother) res = read(pid, next);
   if (res != PResult::ok) return res;
-  return known.reading.stat.isDead() ? PResult::notFound : PResult::ok;
+  ProcessStat const& stat = (isAnother ? next : known).reading.stat;
+  if (stat.isDead() || !isMeant(pid, stat)) return PResult::notFound;
+  if (isAnother) known = std::move(next);
+  known.isBound = true;
+  process = &known;
+  return PResult::ok;
 }
 
 int KnownProcesses::ask(unsigned int pid, Question question, Process*& process) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -46,8 +47,13 @@ class KnownProcesses {
   KnownProcesses(ProcessTree const& tree, IClock const& clock, DescriptorBudget& budget,
                  unsigned int ticksPerSecond);
 
-  /// Reads a living process and binds its number to it.
-  int bind(unsigned int pid, Process const*& process);
+  /// Tells by its state whether a process is the one that is looked for.
+  using Meant = std::function<bool(unsigned int pid, ProcessStat const& stat)>;
+
+  /// Reads a living process, and binds its number to it if it is meant.
+  /// @return also `PResult::notFound` if it is not; the number stands for what it
+  ///         stood for.
+  int bind(unsigned int pid, Meant const& isMeant, Process const*& process);
 
   /// Reads a process to answer a question. Readings of one moment belong together:
   /// what was read recently answers each question once.

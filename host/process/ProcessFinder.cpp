@@ -49,17 +49,20 @@ int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
   parentPids.clear();
   int res = lookIfDue(name);
   if (res != PResult::ok) return res;
+  const auto isMeant = [this, &name](unsigned int pid, ProcessStat const& stat) {
+    return bearsName(pid, stat.comm, name);
+  };
   for (const unsigned int pid : candidates(name)) {
     KnownProcesses::Process const* process = nullptr;
-    res = fKnown.bind(pid, process);
-    if (res == PResult::ok && bearsName(pid, process->reading.stat.comm, name)) {
-      pids.push_back(pid);
-      parentPids.push_back(process->reading.stat.parentPid);
-    } else if (res != PResult::ok && !ProcessTree::isNobody(res)) {
+    res = fKnown.bind(pid, isMeant, process);
+    if (ProcessTree::isNobody(res)) continue;
+    if (res != PResult::ok) {
       pids.clear();
       parentPids.clear();
       return res;
     }
+    pids.push_back(pid);
+    parentPids.push_back(process->reading.stat.parentPid);
   }
   return pids.empty() ? PResult::notFound : PResult::ok;
 }

@@ -149,7 +149,8 @@ int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
     // Before it can be reaped, so that the number is certainly its own.
     const std::lock_guard lock(fMutex);
     KnownProcesses::Process const* process = nullptr;
-    static_cast<void>(fKnown.bind(pid, process));
+    static_cast<void>(fKnown.bind(
+        pid, [](unsigned int, ProcessStat const&) { return true; }, process));
     fFinder.add(pid);
   }
   fReaper.adopt(pid, std::move(descriptor), request.executable);

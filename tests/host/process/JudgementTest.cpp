@@ -189,11 +189,12 @@ TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
     EXPECT_THAT(find("web"), ElementsAre(60)) << "and for the next one, once that was found";
     EXPECT_THAT(ask(60), Each(0));
     EXPECT_EQ(fUtilities->kill(60), 0);
-    fProc.remove(60);
-    EXPECT_THAT(find("web"), IsEmpty());
+    fProc.makeFile("60/stat", "");
+    EXPECT_THAT(find("web"), IsEmpty()) << "gone since the look";
     EXPECT_THAT(ask(60), Each(PResult::notFound));
-    fProc.add(60, {.comm = "stranger", .startTicks = 9});
-    EXPECT_THAT(find("web"), IsEmpty());
+    // Whoever bears it next was not found either, though it was looked at.
+    fProc.add(60, {.comm = "another-strange", .startTicks = 9});
+    EXPECT_THAT(find("another-strange-name"), IsEmpty());
     EXPECT_THAT(ask(60), Each(PResult::notFound));
     EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
     // A number that nobody was given means whoever bears it.

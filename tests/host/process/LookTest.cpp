@@ -7,6 +7,7 @@
 
 #include <map>
 #include <random>
+#include <set>
 
 #include "framework/PResult.h"
 #include "host/process/ProcessFinder.h"
@@ -15,7 +16,6 @@
 
 namespace {
 
-using testing::ElementsAreArray;
 using Pids = std::vector<unsigned int>;
 
 class ScriptedEvents : public IProcessEvents {
@@ -35,25 +35,32 @@ class Machine {
   /// to another, or dies, sometimes without being reaped.
   ProcessEvent happen() {
     const auto pid = static_cast<unsigned int>(1 + fRandom() % 40);
-    const bool lives = fProcesses.contains(pid);
-    const bool isEnd = lives && fRandom() % 3 == 0;
-    FakeProcess process{.comm = kNames.at(fRandom() % kNames.size()), .startTicks = ++fTime};
-    if (isEnd && fRandom() % 2 == 0) {
-      process.state = 'Z';
-      fZombies.insert(pid);
+    if (!fProcesses.contains(pid) || fRandom() % 3 != 0) {
+      return start(pid, kNames.at(fRandom() % kNames.size()));
     }
-    if (isEnd && process.state != 'Z') {
-      fProc.remove(pid);
-    } else {
-      fProc.add(pid, process);
-    }
-    if (isEnd) {
-      fProcesses.erase(pid);
-    } else {
-      fZombies.erase(pid);
-      fProcesses[pid] = process.comm;
-    }
-    return {pid, isEnd};
+    return end(pid, fRandom() % 2 == 0);
+  }
+
+  ProcessEvent start(unsigned int pid, std::string const& comm) {
+    fProcesses[pid] = {.comm = comm, .startTicks = ++fTime};
+    fProc.add(pid, fProcesses[pid]);
+    fZombies.erase(pid);
+    return {pid, false};
+  }
+
+  ProcessEvent end(unsigned int pid, bool isReaped) {
+    fProcesses[pid].state = 'Z';
+    fProc.add(pid, fProcesses[pid]);
+    fZombies.insert(pid);
+    fProcesses.erase(pid);
+    if (isReaped) fProc.remove(pid);
+    return {pid, true};
+  }
+
+  std::vector<ProcessEvent> endAll() {
+    std::vector<ProcessEvent> events;
+    while (!fProcesses.empty()) events.push_back(end(fProcesses.begin()->first, false));
+    return events;
   }
 
   /// Reaping is nothing that the kernel reports.
@@ -64,8 +71,8 @@ class Machine {
 
   Pids bearing(std::string const& name) const {
     Pids pids;
-    for (auto const& [pid, comm] : fProcesses) {
-      if (comm == name) pids.push_back(pid);
+    for (auto const& [pid, process] : fProcesses) {
+      if (process.comm == name) pids.push_back(pid);
     }
     return pids;
   }
@@ -75,7 +82,7 @@ class Machine {
   std::mt19937 fRandom{42};
 
  private:
-  std::map<unsigned int, std::string> fProcesses;
+  std::map<unsigned int, FakeProcess> fProcesses;
   std::set<unsigned int> fZombies;
   unsigned long long fTime = 100;
 };
@@ -95,8 +102,15 @@ struct Eyes {
   ProcessFinder finder;
 };
 
+std::ptrdiff_t openDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
 TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
   Machine machine;
+  for (int i = 0; i < 30; ++i) machine.happen();
+  const auto before = openDescriptors();
   const ProcessTree tree(machine.fProc.path());
   auto scripted = std::make_unique<ScriptedEvents>();
   ScriptedEvents& events = *scripted;
@@ -105,23 +119,42 @@ TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
   Eyes byEvents(tree, 30, std::move(scripted));
   Pids pids;
   Pids parents;
-  constexpr int kDeaf = 500;   // from here on all reports are lost
-  constexpr int kGivenUp = 8;  // after so many losses in a row nobody listens
-  for (int pass = 0; pass < kDeaf + 50; ++pass) {
-    std::vector<ProcessEvent> happened;
-    for (auto left = machine.fRandom() % 6; left > 0; --left) happened.push_back(machine.happen());
-    if (machine.fRandom() % 4 == 0) machine.reap();
-    if (pass < kDeaf + kGivenUp) {
-      events.fIsLost = pass >= kDeaf || (pass < kDeaf - 1 && machine.fRandom() % 20 == 0);
-      if (!events.fIsLost) events.fEvents = std::move(happened);
-    }
+  const auto look = [&](std::initializer_list<Eyes*> several) {
     for (auto const& name : Machine::kNames) {
-      for (Eyes* eyes : {&byDescriptors, &byOpening, &byEvents}) {
+      for (Eyes* eyes : several) {
         eyes->finder.find(name, pids, parents);
-        ASSERT_THAT(pids, ElementsAreArray(machine.bearing(name))) << name << ", pass " << pass;
+        if (pids != machine.bearing(name)) return false;
       }
     }
+    return true;
+  };
+  for (int pass = 0; pass < 500; ++pass) {
+    for (auto left = machine.fRandom() % 6; left > 0; --left) {
+      events.fEvents.push_back(machine.happen());
+    }
+    if (machine.fRandom() % 4 == 0) machine.reap();
+    events.fIsLost = pass % 20 == 7;
+    if (events.fIsLost) events.fEvents.clear();
+    ASSERT_TRUE(look({&byDescriptors, &byOpening, &byEvents})) << "pass " << pass;
   }
+
+  events.fEvents = machine.endAll();
+  EXPECT_TRUE(look({&byDescriptors, &byOpening, &byEvents})) << "zombies";
+  machine.reap();
+  EXPECT_TRUE(look({&byDescriptors, &byOpening, &byEvents}));
+  EXPECT_EQ(openDescriptors(), before) << "nothing is kept of the dead";
+
+  machine.start(77, "web");  // unreported
+  EXPECT_FALSE(look({&byEvents}));
+  for (int pass = 0; pass < 256; ++pass) look({&byEvents});
+  EXPECT_TRUE(look({&byEvents})) << "nothing is overlooked for ever";
+
+  for (int pass = 0; pass < 8; ++pass) {
+    events.fIsLost = true;
+    EXPECT_TRUE(look({&byEvents}));
+  }
+  machine.start(78, "web");
+  EXPECT_TRUE(look({&byEvents})) << "after so many losses nobody listens any more";
 }
 
 TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
@@ -132,10 +165,6 @@ TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
     proc.makeFile(folder + "comm", process.comm + "\n");
     proc.makeFile(folder + "stat", statText(pid, process));
   }
-  const auto openDescriptors = [] {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return std::distance(begin(all), end(all));
-  };
   const auto before = openDescriptors();
   const ProcessTree tree(proc.path());
   Eyes eyes(tree, 100, nullptr);
