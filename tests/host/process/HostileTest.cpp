@@ -1,0 +1,179 @@
+// Real processes that are hard to judge.
+
+#include <gmock/gmock.h>
+#include <grp.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <thread>
+
+#include "framework/PResult.h"
+#include "host/process/ProcessUtilities.h"
+#include "tests/host/process/TemporaryFolder.h"
+
+namespace {
+
+using namespace std::literals;
+using namespace testing;
+
+class HostileTest : public Test {
+ protected:
+  static void rename(std::string const& name) { ::prctl(PR_SET_NAME, name.c_str()); }
+
+  /// A child that does as told and then stays.
+  static unsigned int makeChild(std::string const& name, std::function<void()> const& act) {
+    const pid_t pid = ::fork();
+    if (pid != 0) return static_cast<unsigned int>(pid);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    rename(name);
+    act();
+    for (;;) ::pause();
+  }
+
+  static void await(unsigned int pid, char state, std::string const& name) {
+    ProcessStat stat;
+    const ProcessTree tree("/proc");
+    while (tree.readStat(pid, stat) == 0 && (stat.state != state || stat.comm != name)) continue;
+  }
+
+  /// The signal that a child died of, or its exit status.
+  static int endOf(unsigned int pid) {
+    int status = 0;
+    while (::waitpid(static_cast<pid_t>(pid), &status, 0) > 0 && WIFSTOPPED(status)) continue;
+    return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+  }
+
+  /// The utilities have a thread, so they are made after the children: at the first look.
+  int find(std::string const& name) {
+    if (!fUtilities) {
+      fUtilities = std::make_unique<ProcessUtilities>(ProcessSettings{fProcRoot, 50ms},
+                                                      std::make_shared<spdlog::logger>("test"));
+    }
+    return fUtilities->find(name, fPids, fParents);
+  }
+
+  std::vector<int> ask(unsigned int pid) {
+    unsigned int percent = 0;
+    return {fUtilities->isRunning(pid, fIsRunning), fUtilities->getCPUUsage(pid, percent),
+            fUtilities->getMemoryUsage(pid, fKib)};
+  }
+
+  const std::string fName = "hostile" + std::to_string(::getpid() % 1'000'000);
+  const TemporaryFolder fFolder;
+  std::string fProcRoot = "/proc";
+  std::unique_ptr<ProcessUtilities> fUtilities;
+  std::vector<unsigned int> fPids, fParents;
+  bool fIsRunning = false;
+  unsigned long long fKib = 0;
+};
+
+TEST_F(HostileTest, EveryConditionIsJudged) {
+  // What it does, its state then, and its end: SIGTERM of what can run, 0 of what is dead.
+  using Case = std::tuple<std::function<void()>, char, int>;
+  const auto stop = [] { std::raise(SIGSTOP); };
+  const auto leaveMainThread = [] {
+    std::thread([] { ::pause(); }).detach();
+    ::syscall(SYS_exit, 0);
+  };
+  for (auto const& [act, state, end] :
+       {Case{stop, 'T', SIGKILL}, Case{[&] { ::ptrace(PTRACE_TRACEME), stop(); }, 't', SIGKILL},
+        Case{leaveMainThread, 'Z', SIGTERM}, Case{[] { ::_exit(0); }, 'Z', 0}}) {
+    SCOPED_TRACE(state + std::to_string(end));
+    const unsigned int pid = makeChild(fName, act);
+    await(pid, state, fName);
+    const int listed = end == 0 ? PResult::notFound : PResult::ok;
+    EXPECT_EQ(find(fName), listed);
+    for (const auto* which : {"first", "again"}) {
+      fKib = 0;
+      fIsRunning = end == SIGKILL;
+      EXPECT_THAT(ask(pid), ElementsAre(AnyOf(listed, PResult::ok), listed, listed)) << which;
+      EXPECT_EQ(fIsRunning, end == SIGTERM) << which;
+      EXPECT_EQ(fKib > 0, end != 0) << which;
+    }
+    EXPECT_EQ(fUtilities->kill(pid), listed);
+    EXPECT_EQ(endOf(pid), end);
+    fUtilities.reset();
+  }
+}
+
+TEST_F(HostileTest, NamesMayHoldAnythingAndChange) {
+  for (auto const& name : {"a b"s, "(x)"s, ") R 1 1"s, "two\nlines"s, "ends\n"s, "back\\n"s,
+                           "\xff\xfe(\x01"s, "exactly-15-long"s}) {
+    rename(name);
+    find(name);
+    EXPECT_THAT(fPids, Contains(static_cast<unsigned int>(::getpid()))) << name;
+  }
+  rename("16-bytes-are-cut");
+  EXPECT_EQ(find("16-bytes-are-cut"), PResult::notFound) << "no program is called so";
+  EXPECT_EQ(find("16-bytes-are-cu"), PResult::ok);
+  EXPECT_EQ(find("exactly-15-long"), PResult::notFound);
+  EXPECT_EQ(find("kthreadd") == 0 ? fUtilities->kill(2) : -EPERM, -EPERM) << "of the kernel";
+}
+
+TEST_F(HostileTest, AProcessThatExecutesAnotherProgramStaysTheSame) {
+  const std::string program = fFolder.path("now" + fName);
+  std::filesystem::create_symlink(TEST_PROGRAM, program);
+  const unsigned int pid = makeChild(fName, [&] {
+    std::raise(SIGSTOP);
+    ::execl(program.c_str(), program.c_str(), nullptr);
+  });
+  await(pid, 'T', fName);
+  EXPECT_EQ(find(fName), PResult::ok);
+  ::kill(static_cast<pid_t>(pid), SIGCONT);
+  await(pid, 'S', "now" + fName);
+  const auto before = std::move(fUtilities);
+  EXPECT_EQ(find(fName), PResult::notFound);
+  EXPECT_EQ(find("now" + fName), PResult::ok);
+  EXPECT_EQ(before->kill(pid), 0);
+  EXPECT_EQ(endOf(pid), SIGTERM);
+}
+
+TEST_F(HostileTest, WithoutDescriptorsNobodyIsTakenForGone) {
+  rename(fName);
+  EXPECT_EQ(find(fName), PResult::ok);
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const int lowest = UniqueFd(::dup(0)).get();
+  // Plenty first: a sanitizer's first look at an object needs some, too.
+  for (const int left : {100, 0, 1, 2, 3}) {
+    const rlimit few{static_cast<rlim_t>(lowest + left), before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    auto results = ask(fPids.at(0));
+    results.push_back(find(fName));
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_THAT(results, Each(Ne(PResult::notFound))) << left;
+    EXPECT_EQ(find(fName), PResult::ok) << left;
+  }
+}
+
+TEST_F(HostileTest, TheHiddenAreNotThere) {
+  constexpr int kSkipped = 77;
+  fProcRoot = fFolder.path();
+  const auto look = [&] {
+    constexpr unsigned int kUser = 65534;
+    if (::setgroups(0, nullptr) + ::setgid(kUser) + ::setuid(kUser) != 0) ::_exit(kSkipped);
+    ::prctl(PR_SET_DUMPABLE, 1);
+    EXPECT_EQ(find("other"), PResult::notFound);
+    EXPECT_THAT(ask(1), Each(PResult::notFound));
+    EXPECT_EQ(find("mine"), PResult::ok);
+    ::_exit(HasFailure() ? 1 : 0);
+  };
+  const auto hide = [&] {
+    const int res = ::mount("proc", fProcRoot.c_str(), "proc", 0, "hidepid=2");
+    ::_exit(res == 0 ? endOf(makeChild("mine", look)) : kSkipped);
+  };
+  const int res = endOf(makeChild(fName, [&] {
+    const bool isAlone = ::unshare(CLONE_NEWPID | CLONE_NEWNS) == 0 &&
+                         ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    ::_exit(isAlone ? endOf(makeChild("other", hide)) : kSkipped);
+  }));
+  if (res == kSkipped) GTEST_SKIP() << "no process table can be mounted";
+  EXPECT_EQ(res, 0);
+}
+
+}  // namespace

@@ -1,0 +1,188 @@
+// Ends thousands of real processes in a table so small that their numbers change hands all the
+// time, between the look and the kill above all, and tells whether a stranger was ever signalled
+// or read. Everything happens in namespaces of its own and ends with them.
+// Exit status: 0 all was right, 1 it was not, 77 it cannot be done here.
+
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/utsname.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
+#include "framework/PResult.h"
+#include "host/process/ProcessUtilities.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kTarget = "storm-target";
+constexpr std::size_t kBallast = 32U << 20;  // more than a target ever holds in memory
+
+/// What all processes of the storm share.
+struct Scene {
+  std::atomic<bool> isOver;
+  std::atomic<unsigned int> births, bystanders, terminated, killed, kills, handChanges;
+  std::atomic<unsigned int> harmed, strangersKilled, strangersRead, surprises;
+  std::atomic<unsigned int> owner[1U << 16];  ///< which birth each number belongs to
+  unsigned int ended() const { return terminated + killed; }
+  alignas(1U << 16) char ballast[kBallast];  ///< what bystanders hold in memory
+};
+
+struct Kind {
+  const char* name;          ///< none for bystanders
+  unsigned int longestLife;  ///< microseconds
+  bool isStubborn = false;
+};
+constexpr Kind kKinds[] = {
+    {kTarget, 20'000}, {kTarget, 10'000}, {kTarget, 10'000},       {kTarget, 5'000},
+    {kTarget, 5'000},  {kTarget, 2'000},  {kTarget, 70'000, true}, {kTarget, 70'000, true},
+    {nullptr, 20},     {nullptr, 50},     {nullptr, 100},          {nullptr, 200},
+    {nullptr, 500},    {nullptr, 1'000},  {nullptr, 1'000},        {nullptr, 2'000}};
+
+[[noreturn]] void live(Scene& scene, Kind const& kind, unsigned int luck) {
+  scene.owner[static_cast<std::size_t>(::getpid())] = ++scene.births;
+  if (kind.isStubborn) std::signal(SIGTERM, SIG_IGN);
+  if (kind.name != nullptr) ::prctl(PR_SET_NAME, kind.name);
+  ::usleep(luck % kind.longestLife);
+  ::_exit(0);
+}
+
+/// Brings up one after the other until the storm is over.
+int breed(Scene& scene, Kind const& kind) {
+  if (kind.name == nullptr) ::madvise(scene.ballast, kBallast, MADV_POPULATE_WRITE);
+  std::srand(static_cast<unsigned int>(::getpid()));
+  while (!scene.isOver) {
+    const auto luck = static_cast<unsigned int>(std::rand());
+#ifdef __SANITIZE_THREAD__
+    const pid_t pid = ::_Fork();  // what the sanitizer makes of the other takes too long
+#else
+    const pid_t pid = ::vfork();  // shares the memory, for speed and for the ballast
+#endif
+    if (pid == 0) live(scene, kind, luck);
+    int status = 0;
+    if (pid < 0 || ::waitpid(pid, &status, 0) != pid) continue;  // no number is free
+    if (kind.name == nullptr)
+      ++(status == 0 ? scene.bystanders : scene.harmed);
+    else if (status != 0)
+      ++(WTERMSIG(status) == SIGTERM ? scene.terminated : scene.killed);
+  }
+  return 0;
+}
+
+class Watchdog {
+ public:
+  explicit Watchdog(Scene& scene) : fScene(scene) {}
+
+  void pass() {
+    std::vector<unsigned int> pids, owners;  // of whose parents nothing is asked
+    isAnswer(fUtilities.find(kTarget, pids, owners));
+    std::transform(pids.begin(), pids.end(), owners.begin(), [&](auto pid) { return owner(pid); });
+    if (std::rand() % 4 != 0) ::usleep(static_cast<unsigned int>(std::rand()) % 1000);
+    for (std::size_t i = 0; i < pids.size(); ++i) {
+      if (std::rand() % 2 == 0) read(pids[i], owner(pids[i]) != owners[i]);
+      const bool isStranger = owner(pids[i]) != owners[i];
+      const bool isKilled = isAnswer(fUtilities.kill(pids[i]));
+      fScene.kills += isKilled;
+      fScene.handChanges += isStranger;
+      fScene.strangersKilled += isKilled && isStranger;
+    }
+  }
+
+ private:
+  unsigned int owner(unsigned int pid) const { return fScene.owner[pid]; }
+
+  bool isAnswer(int res) {
+    if (res != PResult::ok && res != PResult::notFound) ++fScene.surprises;
+    return res == PResult::ok;
+  }
+
+  void read(unsigned int pid, bool isStranger) {
+    // The first answers may still be what the look at the table has seen, the second may not.
+    for (const bool mayBeOld : {true, false}) {
+      bool running = false;
+      unsigned int percent = 0;
+      unsigned long long kib = 0;
+      const int answers = isAnswer(fUtilities.isRunning(pid, running)) +
+                          isAnswer(fUtilities.getCPUUsage(pid, percent)) +
+                          isAnswer(fUtilities.getMemoryUsage(pid, kib));
+      const bool isStale = isStranger && !mayBeOld && answers > 0;
+      fScene.strangersRead += isStale || kib * 1024 >= kBallast;
+    }
+  }
+
+  Scene& fScene;
+  ProcessUtilities fUtilities{{.killGrace = 30ms}, std::make_shared<spdlog::logger>("storm")};
+};
+
+int skip(const char* reason) {
+  ::dprintf(1, "skipped: %s\n", reason);
+  return 77;
+}
+
+template <class Act>
+pid_t inChild(Act act) {
+  const pid_t pid = ::fork();
+  if (pid != 0) return pid;
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  ::_exit(act());
+}
+
+/// The first process of the namespace.
+int storm(unsigned int enough) {
+  if (::mount("proc", "/proc", "proc", 0, nullptr) != 0) return skip("/proc cannot be mounted");
+  // A little more than live at a time, beside those below 300, which serve in the first round
+  // alone. The kernel wants some for each processor.
+  const auto least = 8 * static_cast<std::size_t>(::sysconf(_SC_NPROCESSORS_CONF));
+  std::ofstream pidMax("/proc/sys/kernel/pid_max");
+  pidMax << std::max(least, 300 + 3 * std::size(kKinds) / 2) << std::flush;
+  if (!pidMax) return skip("pid_max cannot be set");
+  auto& scene = *new (::mmap(nullptr, sizeof(Scene), PROT_READ | PROT_WRITE,
+                             MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Scene;
+  const auto start = Clock::now();
+  inChild([&] {
+    for (Watchdog dog(scene); scene.ended() < enough && Clock::now() - start < 100s;) dog.pass();
+    scene.isOver = true;
+    return 0;
+  });
+  for (auto const& kind : kKinds) inChild([&] { return breed(scene, kind); });
+  for (int status = 0; ::wait(&status) > 0;)
+    if (status != 0) ++scene.harmed, scene.isOver = true;
+  ::dprintf(1,
+            "ended by SIGTERM %u, by SIGKILL %u; kills that succeeded %u; bystanders %u; numbers "
+            "that changed hands before the kill %u; %.1f s\nbystanders harmed %u, strangers that "
+            "kill answered for %u, that were read %u, surprises %u\n",
+            +scene.terminated, +scene.killed, +scene.kills, +scene.bystanders, +scene.handChanges,
+            std::chrono::duration<double>(Clock::now() - start).count(), +scene.harmed,
+            +scene.strangersKilled, +scene.strangersRead, +scene.surprises);
+  const auto wrong = scene.harmed + scene.strangersKilled + scene.strangersRead + scene.surprises;
+  return wrong > 0 || scene.ended() < enough || scene.handChanges == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto enough = static_cast<unsigned int>(argc > 1 ? std::atoi(argv[1]) : 10'000);
+  utsname kernel{};
+  int major = 0, minor = 0;
+  ::uname(&kernel);
+  std::sscanf(kernel.release, "%d.%d", &major, &minor);
+  if (major * 100 + minor < 614) return skip("before Linux 6.14 all namespaces share one pid_max");
+  if (::unshare(CLONE_NEWPID | CLONE_NEWNS) != 0 ||
+      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    return skip("no namespaces can be made");
+  const pid_t first = inChild([&] { return storm(enough); });
+  int status = 0;
+  const bool isOver = first > 0 && ::waitpid(first, &status, 0) > 0 && WIFEXITED(status);
+  ::_exit(isOver ? WEXITSTATUS(status) : 1);  // a search for leaks could start no thread here
+}
