@@ -54,6 +54,8 @@ class HostileTest : public Test {
       fUtilities = std::make_unique<ProcessUtilities>(ProcessSettings{fProcRoot, 50ms},
                                                       std::make_shared<spdlog::logger>("test"));
     }
+    // Asked for one name twice they look anew.
+    fUtilities->find(name, fPids, fParents);
     return fUtilities->find(name, fPids, fParents);
   }
 
