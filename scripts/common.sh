@@ -9,6 +9,7 @@ packages=(
   libgtest-dev libgmock-dev
 )
 lint_packages=(clang-tidy clang-format)
+bench_packages=(libbenchmark-dev)
 
 die() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2

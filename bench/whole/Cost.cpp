@@ -1,0 +1,64 @@
+#include "bench/whole/Cost.h"
+
+#include <chrono>
+#include <functional>
+
+#include "bench/whole/CpuClock.h"
+#include "bench/whole/FloorLoop.h"
+#include "bench/whole/Monit.h"
+#include "bench/whole/PassMeter.h"
+
+namespace {
+
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+double ms(std::chrono::nanoseconds duration) { return Milliseconds(duration).count(); }
+
+/// Throws away what a process that has just been started does in its first second,
+/// its first pass at least.
+void warmUp(PassMeter& meter, std::function<void()> const& duringPause, Cost& cost) {
+  const SteadyTime end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  meter.awaitPass();
+  cost.startUp.add(ms(meter.cpuAtEnd()));
+  while (std::chrono::steady_clock::now() < end) meter.awaitPass(duringPause);
+}
+
+void measurePasses(pid_t pid, std::chrono::milliseconds pause, Patience patience, Cost& cost,
+                   FloorLoop* floor = nullptr) {
+  const auto duringPause = [&] {
+    if (floor != nullptr) cost.floor.add(ms(floor->pass()));
+  };
+  PassMeter meter(pid, pause);
+  warmUp(meter, duringPause, cost);
+  const SteadyTime end = std::chrono::steady_clock::now() + patience.time;
+  unsigned int measured = 0;
+  do {
+    const auto pass = meter.awaitPass(duringPause);
+    if (!pass) {
+      ++cost.dropped;
+      continue;
+    }
+    ++measured;
+    cost.cpu.add(ms(pass->cpu));
+    cost.wall.add(ms(pass->wall));
+  } while (measured < patience.passes && std::chrono::steady_clock::now() < end);
+  cost.residentKib.add(static_cast<double>(residentKib(pid)));
+}
+
+}  // namespace
+
+void measureTick(Scratch const& scratch, Watched const& watched, Variant variant, Patience patience,
+                 Cost& cost) {
+  FloorLoop floor(watched.pids);
+  static_cast<void>(floor.pass());  // opens what it keeps open
+  Veskd veskd = Veskd::watching(scratch, watched, variant);
+  measurePasses(veskd.pid(), std::chrono::seconds(Veskd::kSampleSeconds), patience, cost, &floor);
+  veskd.expectAlive();
+}
+
+void measureMonit(Scratch const& scratch, std::string const& program, Watched const& watched,
+                  Patience patience, Cost& cost) {
+  Monit monit(scratch, program, watched);
+  measurePasses(monit.pid(), std::chrono::seconds(Monit::kCycleSeconds), patience, cost);
+  monit.expectHealthy();
+}
