@@ -37,11 +37,13 @@ ProcessFinder::Pids ProcessFinder::candidates(std::string const& name) const {
   return pids;
 }
 
-bool ProcessFinder::bearsName(unsigned int pid, std::string const& comm,
+bool ProcessFinder::bearsName(unsigned int pid, ProcessStat const& stat,
                               std::string const& name) const {
-  if (comm == name) return true;
-  return name.size() > kCommLength && name.starts_with(comm) && comm.size() == kCommLength &&
-         fTree.wasExecutedAs(pid, name);
+  const std::string_view kept = std::string_view(name).substr(0, kCommLength);
+  std::string comm = stat.comm;
+  // It took another name since the look, or one that this kernel escapes here.
+  if (comm != name && comm != kept) static_cast<void>(fTree.readComm(pid, comm));
+  return comm == name || (comm == kept && fTree.wasExecutedAs(pid, name));
 }
 
 int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
@@ -50,7 +52,7 @@ int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
   int res = lookIfDue(name);
   if (res != PResult::ok) return res;
   const auto isMeant = [this, &name](unsigned int pid, ProcessStat const& stat) {
-    return bearsName(pid, stat.comm, name);
+    return bearsName(pid, stat, name);
   };
   for (const unsigned int pid : candidates(name)) {
     KnownProcesses::Process const* process = nullptr;

@@ -36,7 +36,7 @@ class ProcessFinder {
  private:
   int lookIfDue(std::string const& name);
   Pids candidates(std::string const& name) const;
-  bool bearsName(unsigned int pid, std::string const& comm, std::string const& name) const;
+  bool bearsName(unsigned int pid, ProcessStat const& stat, std::string const& name) const;
 
   ProcessTree const& fTree;
   IClock const& fClock;

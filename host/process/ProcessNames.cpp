@@ -137,9 +137,7 @@ int ProcessNames::readName(Named& process, std::string& comm) {
     res = process.file.read(fTree, process.pid, "comm", budget, buffer, text);
   }
   if (res != PResult::ok) return res;
-  // One newline ends the name; any other is part of it.
-  if (text.ends_with('\n')) text.remove_suffix(1);
-  comm = text;
+  comm = ProcessTree::nameIn(text);
   return PResult::ok;
 }
 

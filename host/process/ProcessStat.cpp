@@ -48,18 +48,6 @@ class FieldReader {
   std::size_t fField = 0;
 };
 
-/// The name, in which the kernel writes `\n` for a newline and `\\` for a backslash.
-std::string unescape(std::string_view text) {
-  if (text.find('\\') == std::string_view::npos) return std::string(text);
-  std::string name;
-  for (; !text.empty(); text.remove_prefix(1)) {
-    const bool isEscape = text.starts_with("\\n") || text.starts_with("\\\\");
-    if (isEscape) text.remove_prefix(1);
-    name += isEscape && text.front() == 'n' ? '\n' : text.front();
-  }
-  return name;
-}
-
 }  // namespace
 
 bool ProcessStat::isDead() const {
@@ -82,7 +70,7 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
     return std::nullopt;
   }
   ProcessStat stat;
-  stat.comm = unescape(text.substr(open + 1, close - open - 1));
+  stat.comm = text.substr(open + 1, close - open - 1);
   stat.state = text[close + 2];
   FieldReader fields(text.substr(close + 2));
   unsigned long long userTicks = 0;

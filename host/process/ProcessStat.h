@@ -6,7 +6,7 @@
 
 /// What the kernel says about a process, or about one of its threads, in `stat`.
 struct ProcessStat {
-  std::string comm;  ///< its name, at most 15 bytes for a program
+  std::string comm;  ///< its name, in which some kernels escape odd characters
   char state = '?';  ///< the kernel's letter for its state
   unsigned int parentPid = 0;
   unsigned int flags = 0;

@@ -97,6 +97,18 @@ int ProcessTree::readFront(int fd, std::span<char> buffer, std::string_view& tex
   return PResult::ok;
 }
 
+std::string_view ProcessTree::nameIn(std::string_view text) {
+  return text.substr(0, text.size() - (text.ends_with('\n') ? 1 : 0));
+}
+
+int ProcessTree::readComm(unsigned int pid, std::string& comm) const {
+  Buffer buffer{};
+  std::string_view text;
+  const int res = readFile(path(pid, "comm"), buffer, text);
+  if (res == PResult::ok) comm = nameIn(text);
+  return res;
+}
+
 int ProcessTree::parseStat(std::string_view text, ProcessStat& stat) {
   auto parsed = parseProcessStat(text);
   if (!parsed) return -EPROTO;

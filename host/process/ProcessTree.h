@@ -31,6 +31,12 @@ class ProcessTree {
   /// @param text set to what was read, inside `buffer`.
   static int readFront(int fd, std::span<char> buffer, std::string_view& text);
 
+  /// The name that the kernel keeps, any bytes but a null.
+  int readComm(unsigned int pid, std::string& comm) const;
+
+  /// The name in the text of `comm`: one newline ends it, any other is part of it.
+  static std::string_view nameIn(std::string_view text);
+
   static int parseStat(std::string_view text, ProcessStat& stat);
 
   int readStat(unsigned int pid, ProcessStat& stat) const;

@@ -178,22 +178,27 @@ TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
   for (const std::size_t descriptors : {8U, 0U}) {
     SCOPED_TRACE(descriptors);
     useDescriptors(descriptors);
-    fProc.add(60, {.comm = "web", .startTicks = 7});
+    const FakeProcess first{.comm = "web", .cpuTicks = 1000, .startTicks = 7};
+    const FakeProcess second{.comm = "web", .cpuTicks = 50, .startTicks = 410'000};
+    fProc.add(60, first);
+    fClock->fNow = 500s;
     EXPECT_THAT(find("web"), ElementsAre(60));
-    fProc.add(60, {.comm = "web", .startTicks = 8});
+    EXPECT_THAT(ask(60), Each(0));
+    fProc.add(60, second);
     fClock->fNow += 1s;
     EXPECT_THAT(ask(60), Each(PResult::notFound));
     EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
     EXPECT_THAT(fSignals->fSent, IsEmpty());
 
     EXPECT_THAT(find("web"), ElementsAre(60)) << "and for the next one, once that was found";
-    EXPECT_THAT(ask(60), Each(0));
-    EXPECT_EQ(fUtilities->kill(60), 0);
+    unsigned int percent = 0;
+    EXPECT_EQ(fUtilities->getCPUUsage(60, percent), 0);
+    EXPECT_EQ(percent, 50U) << "of its own time alone";
     fProc.makeFile("60/stat", "");
     EXPECT_THAT(find("web"), IsEmpty()) << "gone since the look";
     EXPECT_THAT(ask(60), Each(PResult::notFound));
     // Whoever bears it next was not found either, though it was looked at.
-    fProc.add(60, {.comm = "another-strange", .startTicks = 9});
+    fProc.add(60, {.comm = "another-strange", .startTicks = second.startTicks});
     EXPECT_THAT(find("another-strange-name"), IsEmpty());
     EXPECT_THAT(ask(60), Each(PResult::notFound));
     EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
@@ -202,6 +207,12 @@ TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
     EXPECT_THAT(ask(61), Each(0));
     fProc.add(61, {.comm = "any", .startTicks = 8});
     EXPECT_THAT(ask(61), Each(0));
+    // Nobody remembers a number for ever; otherwise so many would fill the memory.
+    fProc.remove(60);
+    fClock->fNow += 10min;
+    for (unsigned int pid = 1000; pid < 1300; ++pid) ask(pid);
+    fProc.add(60, {.comm = "any"});
+    EXPECT_THAT(ask(60), Each(0));
   }
 }
 
