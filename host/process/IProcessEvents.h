@@ -3,21 +3,16 @@
 #include <memory>
 #include <vector>
 
-/// Something happened to a process: it was forked, executed a program or changed
-/// its name, or its main thread ended.
-struct ProcessEvent {
-  unsigned int pid = 0;
-  bool isEnd = false;
-};
-
 /// The kernel's report of what happens to processes. One thread at a time.
 class IProcessEvents {
  public:
   virtual ~IProcessEvents() = default;
 
-  /// Adds what happened since the last call, in order; does not wait.
-  /// @return false when something of it was lost: then anything may have happened.
-  virtual bool take(std::vector<ProcessEvent>& events) = 0;
+  /// Adds the number of every process that was forked, executed a program, changed
+  /// its name or whose main thread ended since the last call; some more than once.
+  /// Does not wait. That a dead process is reaped is nothing that is reported.
+  /// @return false when something was lost: then anything may have happened.
+  virtual bool take(std::vector<unsigned int>& pids) = 0;
 };
 
 /// Listens to the running kernel.

@@ -79,12 +79,12 @@ class Mailbox {
   std::array<mmsghdr, kBatch> fHeaders{};
 };
 
-/// What an event says, if it says something of a process rather than a thread.
-std::optional<ProcessEvent> translate(proc_event const& event) {
+/// Whom an event is about, if that is a process rather than a thread.
+std::optional<unsigned int> subjectOf(proc_event const& event) {
   auto const& data = event.event_data;
-  const auto of = [](int pid, int process, bool isEnd = false) -> std::optional<ProcessEvent> {
-    if (pid != process) return std::nullopt;
-    return ProcessEvent{static_cast<unsigned int>(process), isEnd};
+  const auto of = [](int thread, int process) -> std::optional<unsigned int> {
+    if (thread != process) return std::nullopt;
+    return static_cast<unsigned int>(process);
   };
   switch (event.what) {
     case proc_event::PROC_EVENT_FORK:
@@ -94,7 +94,7 @@ std::optional<ProcessEvent> translate(proc_event const& event) {
     case proc_event::PROC_EVENT_COMM:
       return of(data.comm.process_pid, data.comm.process_tgid);
     case proc_event::PROC_EVENT_EXIT:
-      return of(data.exit.process_pid, data.exit.process_tgid, true);
+      return of(data.exit.process_pid, data.exit.process_tgid);
     default:
       return std::nullopt;
   }
@@ -105,13 +105,13 @@ class ProcessConnector : public IProcessEvents {
   explicit ProcessConnector(UniqueFd socket) : fSocket(std::move(socket)) {}
   ~ProcessConnector() override { request(fSocket, PROC_CN_MCAST_IGNORE); }
 
-  bool take(std::vector<ProcessEvent>& events) override {
+  bool take(std::vector<unsigned int>& pids) override {
     bool isWhole = true;
     for (std::size_t batch = 0; batch < kMostBatches; ++batch) {
       const int count = fMailbox.receive(fSocket);
       if (count < 0 && errno == EAGAIN) return isWhole;
       if (count < 0 && errno != EINTR) isWhole = false;
-      for (int i = 0; i < count; ++i) isWhole &= read(static_cast<std::size_t>(i), events);
+      for (int i = 0; i < count; ++i) isWhole &= read(static_cast<std::size_t>(i), pids);
     }
     return false;
   }
@@ -150,10 +150,10 @@ class ProcessConnector : public IProcessEvents {
  private:
   /// @return false when something before this message was lost: each processor
   ///         counts its own messages, those it had no memory for included.
-  bool read(std::size_t index, std::vector<ProcessEvent>& events) {
+  bool read(std::size_t index, std::vector<unsigned int>& pids) {
     const auto report = fMailbox.report(index);
     if (!report || report->event.what == proc_event::PROC_EVENT_NONE) return true;
-    if (const auto event = translate(report->event)) events.push_back(*event);
+    if (const auto pid = subjectOf(report->event)) pids.push_back(*pid);
     const std::size_t cpu = report->event.cpu;
     if (cpu >= fExpected.size()) fExpected.resize(cpu + 1);
     const bool isNext = !fExpected[cpu] || *fExpected[cpu] == report->sequence;

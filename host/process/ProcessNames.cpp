@@ -11,7 +11,8 @@
 namespace {
 
 /// Even with a kernel that reports every change, the whole table is read again
-/// after so many looks: an error in the account must not last for years.
+/// after so many looks: the dead who were reaped are still on the account, and an
+/// error in it must not last for years.
 constexpr unsigned int kLooksBetweenScans = 256;
 
 /// When so many looks in a row lost events, more happens between two looks than
@@ -49,9 +50,9 @@ ProcessNames::Pids const& ProcessNames::bearing(std::string const& comm) const {
 
 /// @return whether all that happened since the last look is known.
 bool ProcessNames::takeEvents() {
-  fTaken.clear();
+  fHappenedTo.clear();
   if (fEvents == nullptr) return false;
-  if (fEvents->take(fTaken)) {
+  if (fEvents->take(fHappenedTo)) {
     fLossesInARow = 0;
     return true;
   }
@@ -61,19 +62,11 @@ bool ProcessNames::takeEvents() {
 
 int ProcessNames::follow(Pids& changed) {
   ++fLooksSinceScan;
-  Pids pids(fEnding.begin(), fEnding.end());
-  for (auto const& event : fTaken) {
-    if (event.isEnd) {
-      fEnding.insert(event.pid);
-    } else {
-      fEnding.erase(event.pid);
-    }
-    pids.push_back(event.pid);
-  }
-  std::sort(pids.begin(), pids.end());
-  pids.erase(std::unique(pids.begin(), pids.end()), pids.end());
+  std::sort(fHappenedTo.begin(), fHappenedTo.end());
+  const auto end = std::unique(fHappenedTo.begin(), fHappenedTo.end());
+  fHappenedTo.erase(end, fHappenedTo.end());
   int res = PResult::ok;
-  for (const unsigned int pid : pids) {
+  for (const unsigned int pid : fHappenedTo) {
     const int examined = examine(pid, changed);
     if (examined != PResult::ok) res = examined;
   }
@@ -82,7 +75,6 @@ int ProcessNames::follow(Pids& changed) {
 
 int ProcessNames::scan(Pids& changed) {
   fLooksSinceScan = 0;
-  fEnding.clear();
   Pids pids;
   int res = fTree.listPids(pids);
   if (res != PResult::ok) return res == PResult::notFound ? -ENOENT : res;
@@ -116,7 +108,6 @@ int ProcessNames::examine(unsigned int pid, Pids& changed) {
   Named added{pid};
   const int res = update(isKnown ? *position : added, changed);
   if (ProcessTree::isNobody(res)) {
-    fEnding.erase(pid);
     if (isKnown) fProcesses.erase(position);
     return PResult::ok;
   }

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "host/process/DescriptorBudget.h"
@@ -58,10 +57,9 @@ class ProcessNames {
   ProcessTree const& fTree;
   DescriptorBudget& fBudget;
   std::unique_ptr<IProcessEvents> fEvents;
-  std::vector<ProcessEvent> fTaken;
+  Pids fHappenedTo;
   Processes fProcesses;  ///< in ascending order
   std::unordered_map<std::string, Pids> fBearers;
-  std::unordered_set<unsigned int> fEnding;  ///< ended, but still in the table
   bool fIsWhole = false;                     ///< the last look saw all there was
   unsigned int fLooksSinceScan = 0;
   unsigned int fLossesInARow = 0;

@@ -16,15 +16,18 @@
 
 namespace {
 
+using namespace std::string_literals;
+using testing::ElementsAre;
+
 using Pids = std::vector<unsigned int>;
 
 class ScriptedEvents : public IProcessEvents {
  public:
-  bool take(std::vector<ProcessEvent>& events) override {
-    events = std::exchange(fEvents, {});
+  bool take(Pids& pids) override {
+    pids = std::exchange(fEvents, {});
     return !std::exchange(fIsLost, false);
   }
-  std::vector<ProcessEvent> fEvents;
+  Pids fEvents;
   bool fIsLost = false;
 };
 
@@ -33,7 +36,7 @@ class Machine {
  public:
   /// Something happens to one process: it starts, changes its name, gives its number
   /// to another, or dies, sometimes without being reaped.
-  ProcessEvent happen() {
+  unsigned int happen() {
     const auto pid = static_cast<unsigned int>(1 + fRandom() % 40);
     if (!fProcesses.contains(pid) || fRandom() % 3 != 0) {
       return start(pid, kNames.at(fRandom() % kNames.size()));
@@ -41,26 +44,26 @@ class Machine {
     return end(pid, fRandom() % 2 == 0);
   }
 
-  ProcessEvent start(unsigned int pid, std::string const& comm) {
+  unsigned int start(unsigned int pid, std::string const& comm) {
     fProcesses[pid] = {.comm = comm, .startTicks = ++fTime};
     fProc.add(pid, fProcesses[pid]);
     fZombies.erase(pid);
-    return {pid, false};
+    return pid;
   }
 
-  ProcessEvent end(unsigned int pid, bool isReaped) {
+  unsigned int end(unsigned int pid, bool isReaped) {
     fProcesses[pid].state = 'Z';
     fProc.add(pid, fProcesses[pid]);
     fZombies.insert(pid);
     fProcesses.erase(pid);
     if (isReaped) fProc.remove(pid);
-    return {pid, true};
+    return pid;
   }
 
-  std::vector<ProcessEvent> endAll() {
-    std::vector<ProcessEvent> events;
-    while (!fProcesses.empty()) events.push_back(end(fProcesses.begin()->first, false));
-    return events;
+  Pids endAll() {
+    Pids ended;
+    while (!fProcesses.empty()) ended.push_back(end(fProcesses.begin()->first, false));
+    return ended;
   }
 
   /// Reaping is nothing that the kernel reports.
@@ -89,17 +92,20 @@ class Machine {
 
 /// One pair of eyes on a table.
 struct Eyes {
-  Eyes(ProcessTree const& tree, std::size_t descriptors, std::unique_ptr<IProcessEvents> events)
-      : budget(descriptors),
-        names(tree, budget, std::move(events)),
-        known(tree, clock, budget, 100),
-        finder(tree, clock, names, known) {}
+  explicit Eyes(FakeProc const& proc, std::size_t descriptors = 8,
+                std::unique_ptr<IProcessEvents> events = nullptr)
+      : tree(proc.path()), budget(descriptors), names(tree, budget, std::move(events)) {}
 
+  int find(std::string const& name) { return finder.find(name, pids, parents); }
+
+  ProcessTree tree;
   ScriptedClock clock;
   DescriptorBudget budget;
   ProcessNames names;
-  KnownProcesses known;
-  ProcessFinder finder;
+  KnownProcesses known{tree, clock, budget, 100};
+  ProcessFinder finder{tree, clock, names, known};
+  Pids pids;
+  Pids parents;
 };
 
 std::ptrdiff_t openDescriptors() {
@@ -111,19 +117,16 @@ TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
   Machine machine;
   for (int i = 0; i < 30; ++i) machine.happen();
   const auto before = openDescriptors();
-  const ProcessTree tree(machine.fProc.path());
   auto scripted = std::make_unique<ScriptedEvents>();
   ScriptedEvents& events = *scripted;
-  Eyes byDescriptors(tree, 30, nullptr);
-  Eyes byOpening(tree, 0, nullptr);
-  Eyes byEvents(tree, 30, std::move(scripted));
-  Pids pids;
-  Pids parents;
+  Eyes byDescriptors(machine.fProc, 30);
+  Eyes byOpening(machine.fProc, 0);
+  Eyes byEvents(machine.fProc, 30, std::move(scripted));
   const auto look = [&](std::initializer_list<Eyes*> several) {
     for (auto const& name : Machine::kNames) {
       for (Eyes* eyes : several) {
-        eyes->finder.find(name, pids, parents);
-        if (pids != machine.bearing(name)) return false;
+        eyes->find(name);
+        if (eyes->pids != machine.bearing(name)) return false;
       }
     }
     return true;
@@ -157,6 +160,37 @@ TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
   EXPECT_TRUE(look({&byEvents})) << "after so many losses nobody listens any more";
 }
 
+TEST(LookTest, LongNamesAreConfirmed) {
+  FakeProc proc;
+  Eyes eyes(proc);
+  const std::string name = "a-rather-long-name";
+  const std::string comm = name.substr(0, 15);
+  proc.add(5, {.comm = comm, .commandLine = "/usr/bin/" + name + "\0-x\0"s});
+  proc.add(6, {.comm = comm, .commandLine = "/bin/sh\0-p\0/opt/"s + name + "\0"s});
+  proc.add(7, {.comm = comm, .commandLine = "/usr/bin/a-rather-long-other\0"s});
+  proc.add(8, {.comm = comm, .commandLine = "/bin/sh\0-x\0-c\0"s + name + "\0"s});
+  proc.add(9, {.comm = "vi", .commandLine = "vi\0"s + name + "\0"s});
+  proc.add(10, {.comm = comm});
+  std::filesystem::create_symlink("/opt/" + name + " (deleted)", proc.path("10/exe"));
+  proc.add(11, {.comm = name});  // a kernel thread's name may be longer
+  EXPECT_EQ(eyes.find(name), PResult::ok);
+  EXPECT_THAT(eyes.pids, ElementsAre(5, 6, 10, 11));
+  EXPECT_EQ(eyes.find(comm), PResult::ok);
+  EXPECT_THAT(eyes.pids, ElementsAre(5, 6, 7, 8, 10));
+}
+
+TEST(LookTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
+  FakeProc proc;
+  Eyes eyes(proc);
+  proc.add(5, {.comm = "web"});
+  std::filesystem::remove(proc.path("5/stat"));
+  std::filesystem::create_directory(proc.path("5/stat"));
+  EXPECT_EQ(eyes.find("web"), -EISDIR);
+
+  std::filesystem::remove_all(proc.path());
+  EXPECT_EQ(eyes.find("web"), -ENOENT);
+}
+
 TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
   FakeProc proc;
   for (unsigned int pid = 1; pid <= 10'000; ++pid) {
@@ -166,15 +200,12 @@ TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
     proc.makeFile(folder + "stat", statText(pid, process));
   }
   const auto before = openDescriptors();
-  const ProcessTree tree(proc.path());
-  Eyes eyes(tree, 100, nullptr);
-  Pids pids;
-  Pids parents;
+  Eyes eyes(proc, 100);
   for (int pass = 0; pass < 2; ++pass) {
     for (const auto* name : {"prog-7", "prog-99"}) {
-      EXPECT_EQ(eyes.finder.find(name, pids, parents), PResult::ok);
-      EXPECT_EQ(pids.size(), 100U);
-      EXPECT_EQ(pids.front() % 100, static_cast<unsigned int>(std::stoi(name + 5)));
+      EXPECT_EQ(eyes.find(name), PResult::ok);
+      EXPECT_EQ(eyes.pids.size(), 100U);
+      EXPECT_EQ(eyes.pids.front() % 100, static_cast<unsigned int>(std::stoi(name + 5)));
     }
     EXPECT_EQ(openDescriptors(), before + 100);
   }
@@ -193,19 +224,15 @@ TEST(LookTest, TheKernelReportsWhatHappens) {
     return static_cast<unsigned int>(child);
   };
   const unsigned int pid = fork([] { ::execl("/bin/true", "true", nullptr); });
-  std::vector<ProcessEvent> events;
-  EXPECT_TRUE(kernel->take(events));
-  std::vector<bool> ends;
-  for (auto const& event : events) {
-    if (event.pid == pid) ends.push_back(event.isEnd);
-  }
-  EXPECT_THAT(ends, testing::ElementsAre(false, false, true));
+  Pids pids;
+  EXPECT_TRUE(kernel->take(pids));
+  EXPECT_EQ(std::count(pids.begin(), pids.end(), pid), 3) << "forked, executed, ended";
 
   constexpr int kMoreThanItHolds = 6'000;
   for (int i = 0; i < kMoreThanItHolds; ++i) fork([] {});
-  EXPECT_FALSE(kernel->take(events)) << "what was lost must not go unnoticed";
-  events.clear();
-  EXPECT_TRUE(kernel->take(events)) << "and is lost once only";
+  EXPECT_FALSE(kernel->take(pids)) << "what was lost must not go unnoticed";
+  pids.clear();
+  EXPECT_TRUE(kernel->take(pids)) << "and is lost once only";
 }
 
 }  // namespace

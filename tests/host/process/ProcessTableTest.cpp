@@ -1,25 +1,16 @@
-// Reading and searching process tables that a test makes, hostile ones included.
+// What is made of the texts that describe processes and programs.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <cerrno>
-
-#include "framework/PResult.h"
 #include "host/process/CommandLine.h"
 #include "host/process/CpuMeter.h"
-#include "host/process/ProcessFinder.h"
 #include "tests/host/process/FakeProc.h"
-#include "tests/host/process/ScriptedClock.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using Pids = std::vector<unsigned int>;
 
 TEST(ProcessStatTest, NamesMayHoldAnything) {
   for (auto const& name : {"a b"s, "(x)"s, ") R 1 1"s, "x) S 9 (y"s, "two\nlines"s, "\xff\xfe"s,
@@ -44,83 +35,6 @@ TEST(ProcessStatTest, BrokenTextsAreRefused) {
                            whole.substr(0, whole.find("-1")) + "zz" + whole.substr(blank)}) {
     EXPECT_FALSE(parseProcessStat(text)) << text;
   }
-}
-
-class FinderTest : public testing::Test {
- protected:
-  int find(std::string const& name) { return fFinder.find(name, fPids, fParents); }
-
-  FakeProc fProc;
-  ProcessTree fTree{fProc.path()};
-  ScriptedClock fClock;
-  DescriptorBudget fBudget{8};
-  ProcessNames fNames{fTree, fBudget, nullptr};
-  KnownProcesses fKnown{fTree, fClock, fBudget, 100};
-  ProcessFinder fFinder{fTree, fClock, fNames, fKnown};
-  Pids fPids{99};
-  Pids fParents{99};
-};
-
-TEST_F(FinderTest, ListsTheLivingOfOneNameInAscendingOrder) {
-  fProc.add(100, {.comm = "web", .parentPid = 9});
-  fProc.add(9, {.comm = "web", .parentPid = 1});
-  fProc.add(10, {.comm = "Web"});
-  fProc.add(11, {.comm = "web2"});
-  fProc.add(12, {.comm = "web", .state = 'T'});
-  fProc.add(13, {.comm = "web", .state = 'Z'});
-  fProc.add(14, {.comm = "web", .state = 'X', .threads = 2});
-  fProc.add(15, {.comm = "web", .state = 'Z', .threads = 2});  // its main thread has ended
-  fProc.makeFile("15/task/18/stat", statText(18, {.comm = "other"}));
-  fProc.makeFile("16/comm", "web\n");  // gone before it could be read
-  fProc.makeFile("self/comm", "web\n");
-  fProc.makeFile("17x/comm", "web\n");
-  EXPECT_EQ(find("web"), PResult::ok);
-  EXPECT_THAT(fPids, ElementsAre(9, 12, 15, 100));
-  EXPECT_THAT(fParents, ElementsAre(1, 1, 1, 9));
-
-  EXPECT_EQ(find("nothing"), PResult::notFound);
-  EXPECT_THAT(fPids, IsEmpty());
-  EXPECT_THAT(fParents, IsEmpty());
-}
-
-TEST_F(FinderTest, LongNamesAreConfirmed) {
-  const std::string name = "a-rather-long-name";
-  const std::string comm = name.substr(0, 15);
-  fProc.add(5, {.comm = comm, .commandLine = "/usr/bin/" + name + "\0-x\0"s});
-  fProc.add(6, {.comm = comm, .commandLine = "/bin/sh\0-p\0/opt/"s + name + "\0"s});
-  fProc.add(7, {.comm = comm, .commandLine = "/usr/bin/a-rather-long-other\0"s});
-  fProc.add(8, {.comm = comm, .commandLine = "/bin/sh\0-x\0-c\0"s + name + "\0"s});
-  fProc.add(9, {.comm = "vi", .commandLine = "vi\0"s + name + "\0"s});
-  fProc.add(10, {.comm = comm});
-  std::filesystem::create_symlink("/opt/" + name + " (deleted)", fProc.path("10/exe"));
-  fProc.add(11, {.comm = name});  // a kernel thread's name may be longer
-  EXPECT_EQ(find(name), PResult::ok);
-  EXPECT_THAT(fPids, ElementsAre(5, 6, 10, 11));
-  EXPECT_EQ(find(comm), PResult::ok);
-  EXPECT_THAT(fPids, ElementsAre(5, 6, 7, 8, 10));
-}
-
-TEST_F(FinderTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
-  fProc.add(5, {.comm = "web"});
-  // Local, because a sanitizer's look at the fixture would need a descriptor.
-  ProcessFinder& finder = fFinder;
-  Pids pids;
-  Pids parents;
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit none{0, before.rlim_max};
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  const int res = finder.find("web", pids, parents);
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-  EXPECT_EQ(res, -EMFILE);
-  EXPECT_THAT(pids, IsEmpty());
-
-  std::filesystem::remove(fProc.path("5/stat"));
-  std::filesystem::create_directory(fProc.path("5/stat"));
-  EXPECT_EQ(find("web"), -EISDIR);
-
-  std::filesystem::remove_all(fProc.path());
-  EXPECT_EQ(find("web"), -ENOENT);
 }
 
 TEST(CpuMeterTest, MeasuresSinceTheLastLook) {
