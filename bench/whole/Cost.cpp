@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <stdexcept>
 
 #include "bench/whole/CpuClock.h"
 #include "bench/whole/FloorLoop.h"
@@ -25,6 +26,7 @@ void warmUp(PassMeter& meter, std::function<void()> const& duringPause, Cost& co
 
 void measurePasses(pid_t pid, std::chrono::milliseconds pause, Patience patience, Cost& cost,
                    FloorLoop* floor = nullptr) {
+  constexpr unsigned int kMostDropped = 20;
   const auto duringPause = [&] {
     if (floor != nullptr) cost.floor.add(ms(floor->pass()));
   };
@@ -32,16 +34,18 @@ void measurePasses(pid_t pid, std::chrono::milliseconds pause, Patience patience
   warmUp(meter, duringPause, cost);
   const SteadyTime end = std::chrono::steady_clock::now() + patience.time;
   unsigned int measured = 0;
+  unsigned int dropped = 0;
   do {
     const auto pass = meter.awaitPass(duringPause);
     if (!pass) {
-      ++cost.dropped;
+      if (++dropped == kMostDropped) throw std::runtime_error("too busy to tell passes apart");
       continue;
     }
     ++measured;
     cost.cpu.add(ms(pass->cpu));
     cost.wall.add(ms(pass->wall));
-  } while (measured < patience.passes && std::chrono::steady_clock::now() < end);
+  } while (measured == 0 || (measured < patience.passes && std::chrono::steady_clock::now() < end));
+  cost.dropped += dropped;
   cost.residentKib.add(static_cast<double>(residentKib(pid)));
 }
 

@@ -19,7 +19,7 @@ struct Cost {
 };
 
 /// How long to look at one configuration once it is warm: for so many passes, or
-/// until the first that ends after the time.
+/// until the first that ends after the time; for one at least.
 struct Patience {
   unsigned int passes;
   std::chrono::seconds time;

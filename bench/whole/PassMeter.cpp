@@ -12,8 +12,6 @@ constexpr auto kPollInterval = 20ms;
 constexpr std::chrono::nanoseconds kWork = 50us;
 /// Work in most of a pause that cannot be such wake-ups any more.
 constexpr std::chrono::nanoseconds kWorkInPause = 500us;
-/// A pass that is kept off its processor for less than this is still one pass.
-constexpr auto kOver = 100ms;
 constexpr auto kPatience = 60s;
 
 }  // namespace
@@ -47,8 +45,10 @@ SteadyTime PassMeter::awaitWork() {
 }
 
 SteadyTime PassMeter::awaitEndOfWork(SteadyTime begin) {
+  // A pass that a busy machine keeps off its processor for less is still one pass.
+  const auto over = fPause / 4;
   SteadyTime lastWork = begin;
-  while (std::chrono::steady_clock::now() - lastWork < kOver) {
+  while (std::chrono::steady_clock::now() - lastWork < over) {
     if (poll()) lastWork = std::chrono::steady_clock::now();
   }
   return lastWork;
