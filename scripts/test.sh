@@ -14,7 +14,7 @@ known=(lint default asan tsan)
 run_lint() {
   install_missing "${lint_packages[@]}"
   echo "== lint: format"
-  (cd "$root" && find framework plugin watchdog host examples tests -name '*.h' -o -name '*.cpp' |
+  (cd "$root" && find framework plugin watchdog host examples tests bench -name '*.h' -o -name '*.cpp' |
     xargs clang-format --dry-run --Werror)
   echo "== lint: clang-tidy"
   build lint

@@ -49,6 +49,22 @@ void measurePasses(pid_t pid, std::chrono::milliseconds pause, Patience patience
   cost.residentKib.add(static_cast<double>(residentKib(pid)));
 }
 
+void measureFirstSeconds(Scratch const& scratch, std::string const& program, Watched const& watched,
+                         Series& series) {
+  constexpr int kCycles = 10;
+  Monit monit(scratch, program, watched);
+  const CpuClock clock(monit.pid());
+  SteadyTime until = std::chrono::steady_clock::now();
+  auto before = clock.read();
+  for (int cycle = 0; cycle < kCycles; ++cycle) {
+    sleepUntil(until += std::chrono::seconds(Monit::kCycleSeconds));
+    const auto now = clock.read();
+    series.add(ms(now - before));
+    before = now;
+  }
+  monit.expectHealthy();
+}
+
 }  // namespace
 
 void measureTick(Scratch const& scratch, Watched const& watched, Variant variant, Patience patience,
@@ -62,6 +78,7 @@ void measureTick(Scratch const& scratch, Watched const& watched, Variant variant
 
 void measureMonit(Scratch const& scratch, std::string const& program, Watched const& watched,
                   Patience patience, Cost& cost) {
+  measureFirstSeconds(scratch, program, watched, cost.firstSeconds);
   Monit monit(scratch, program, watched);
   measurePasses(monit.pid(), std::chrono::seconds(Monit::kCycleSeconds), patience, cost);
   monit.expectHealthy();
