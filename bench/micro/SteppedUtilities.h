@@ -15,7 +15,8 @@
 class SteppedUtilities {
  public:
   explicit SteppedUtilities(std::string const& procRoot)
-      : fUtilities({.procRoot = procRoot}, std::make_shared<spdlog::logger>("bench"), world()) {}
+      : fUtilities({.procRoot = procRoot, .keptDescriptors = descriptorsToKeep()},
+                   std::make_shared<spdlog::logger>("bench"), world()) {}
 
   ProcessUtilities* operator->() { return &fUtilities; }
 

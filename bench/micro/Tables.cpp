@@ -35,10 +35,18 @@ struct MadeTable {
 class Sleepers {
  public:
   Sleepers() {
+    std::array<int, 2> ready{};
+    if (::pipe(ready.data()) != 0) return;
     for (pid_t& pid : fPids) {
       pid = ::fork();
-      if (pid == 0) sleepForever();
+      if (pid == 0) sleepForever(ready[1]);
     }
+    ::close(ready[1]);
+    // Ends when each of them has its name and has closed its end.
+    char none = 0;
+    while (::read(ready[0], &none, 1) > 0) {
+    }
+    ::close(ready[0]);
   }
   ~Sleepers() {
     for (const pid_t pid : fPids) {
@@ -52,9 +60,10 @@ class Sleepers {
   unsigned int first() const { return static_cast<unsigned int>(fPids.front()); }
 
  private:
-  [[noreturn]] static void sleepForever() {
+  [[noreturn]] static void sleepForever(int ready) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::prctl(PR_SET_NAME, entryName(0).c_str());
+    ::close(ready);
     for (;;) ::pause();
   }
 

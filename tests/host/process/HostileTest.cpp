@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <future>
 #include <thread>
 
 #include "framework/PResult.h"
@@ -51,8 +52,11 @@ class HostileTest : public Test {
   /// The utilities have a thread, so they are made after the children: at the first look.
   int find(std::string const& name) {
     if (!fUtilities) {
+      ProcessWorld world = ProcessWorld::real();
+      if (fProcRoot == "/proc") world.events = listenToKernel();
       fUtilities = std::make_unique<ProcessUtilities>(ProcessSettings{fProcRoot, 50ms},
-                                                      std::make_shared<spdlog::logger>("test"));
+                                                      std::make_shared<spdlog::logger>("test"),
+                                                      std::move(world));
     }
     // Asked for one name twice they look anew.
     fUtilities->find(name, fPids, fParents);
@@ -104,12 +108,18 @@ TEST_F(HostileTest, EveryConditionIsJudged) {
 }
 
 TEST_F(HostileTest, NamesMayHoldAnythingAndChange) {
+  std::promise<void> end;
+  std::thread thread;
   for (auto const& name : {"a b"s, "(x)"s, ") R 1 1"s, "two\nlines"s, "ends\n"s, "back\\n"s,
                            "\xff\xfe(\x01"s, "exactly-15-long"s}) {
     rename(name);
     find(name);
     EXPECT_THAT(fPids, Contains(static_cast<unsigned int>(::getpid()))) << name;
+    if (!thread.joinable()) thread = std::thread([&] { end.get_future().wait(); });
   }
+  EXPECT_EQ(find("a b"), PResult::notFound) << "a thread that kept the name";
+  end.set_value();
+  thread.join();
   rename("16-bytes-are-cut");
   EXPECT_EQ(find("16-bytes-are-cut"), PResult::notFound) << "no program is called so";
   EXPECT_EQ(find("16-bytes-are-cu"), PResult::ok);

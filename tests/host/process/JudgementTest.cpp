@@ -37,6 +37,11 @@ class RecordedSignals : public IProcessSignals {
   std::vector<std::string> fSent;
 };
 
+class StartedAsTold : public ISpawner {
+ public:
+  SpawnOutcome spawn(SpawnRequest const& /*request*/) override { return {62, 0, ""}; }
+};
+
 class JudgementTest : public testing::Test {
  protected:
   JudgementTest() { useDescriptors(8); }
@@ -50,6 +55,7 @@ class JudgementTest : public testing::Test {
     auto clock = std::make_unique<ScriptedClock>();
     fClock = clock.get();
     world.clock = std::move(clock);
+    world.spawner = std::make_unique<StartedAsTold>();
     auto log =
         std::make_shared<spdlog::logger>("test", std::make_shared<spdlog::sinks::null_sink_mt>());
     fUtilities = std::make_unique<ProcessUtilities>(
@@ -203,12 +209,20 @@ TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
     EXPECT_THAT(ask(60), Each(PResult::notFound));
     EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
     // A number that nobody was given means whoever bears it.
-    fProc.add(61, {.comm = "any", .startTicks = 7});
+    fProc.add(61, first);
     EXPECT_THAT(ask(61), Each(0));
-    fProc.add(61, {.comm = "any", .startTicks = 8});
-    EXPECT_THAT(ask(61), Each(0));
+    fProc.add(61, second);
+    EXPECT_EQ(fUtilities->getCPUUsage(61, percent), 0);
+    EXPECT_EQ(percent, 50U);
+    // One that was started is as good as found.
+    unsigned int started = 0;
+    fProc.add(62, first);
+    EXPECT_EQ(fUtilities->start("/bin/true", "", "", started), 0);
+    fProc.add(started, second);
+    fClock->fNow += 1s;
+    EXPECT_THAT(ask(started), Each(PResult::notFound));
     // Nobody remembers a number for ever; otherwise so many would fill the memory.
-    fProc.remove(60);
+    for (const unsigned int pid : {60U, 61U, 62U}) fProc.remove(pid);
     fClock->fNow += 10min;
     for (unsigned int pid = 1000; pid < 1300; ++pid) ask(pid);
     fProc.add(60, {.comm = "any"});

@@ -173,6 +173,9 @@ TEST(LookTest, LongNamesAreConfirmed) {
   proc.add(10, {.comm = comm});
   std::filesystem::create_symlink("/opt/" + name + " (deleted)", proc.path("10/exe"));
   proc.add(11, {.comm = name});  // a kernel thread's name may be longer
+  proc.add(12, {.comm = "two\nlines"});
+  proc.makeFile("12/stat", statText(12, {.comm = "two\\nlines"}));  // as some kernels write it
+  EXPECT_EQ(eyes.find("two\nlines"), PResult::ok);
   EXPECT_EQ(eyes.find(name), PResult::ok);
   EXPECT_THAT(eyes.pids, ElementsAre(5, 6, 10, 11));
   EXPECT_EQ(eyes.find(comm), PResult::ok);
