@@ -196,11 +196,14 @@ TEST(LookTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
 
 TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
   FakeProc proc;
+  for (unsigned int i = 0; i < 100; ++i) {
+    const FakeProcess process{.comm = "prog-" + std::to_string(i)};
+    proc.makeFile(process.comm + "/comm", process.comm + "\n");
+    proc.makeFile(process.comm + "/stat", statText(1, process));
+  }
   for (unsigned int pid = 1; pid <= 10'000; ++pid) {
-    const std::string folder = std::to_string(pid) + "/";
-    const FakeProcess process{.comm = "prog-" + std::to_string(pid % 100)};
-    proc.makeFile(folder + "comm", process.comm + "\n");
-    proc.makeFile(folder + "stat", statText(pid, process));
+    std::filesystem::create_symlink("prog-" + std::to_string(pid % 100),
+                                    proc.path(std::to_string(pid)));
   }
   const auto before = openDescriptors();
   Eyes eyes(proc, 100);
