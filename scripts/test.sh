@@ -12,7 +12,7 @@ set -euo pipefail
 known=(lint default asan tsan)
 
 run_lint() {
-  install_missing "${lint_packages[@]}"
+  install_missing "${lint_packages[@]}" "${bench_packages[@]}"
   echo "== lint: format"
   (cd "$root" && find framework plugin watchdog host examples tests bench -name '*.h' -o -name '*.cpp' |
     xargs clang-format --dry-run --Werror)
