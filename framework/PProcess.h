@@ -9,8 +9,9 @@
 ///
 /// A process is named by its pid. One that `find` or `start` handed out stands for
 /// that very process: when its number has come to another, all operations answer
-/// as for a process that is gone, until `find` hands the number out again. Any
-/// other pid means whoever bears it at the time of the call.
+/// as for a process that is gone, until `find` hands the number out again; ten
+/// minutes after it was last read, a number may be forgotten. Any other pid means
+/// whoever bears it at the time of the call.
 ///
 /// A pass over many programs sees one moment: `find` looks at the process table
 /// once for all names, and what it read of a process answers one question of each
@@ -83,7 +84,8 @@ class VESK_API PProcess {
   /// started.
   ///
   /// The program runs in a session of its own, with an empty signal mask, default
-  /// signal dispositions, and no descriptor of the host's.
+  /// signal dispositions, umask 022, no descriptor of the host's, and the
+  /// environment and limits that the host was configured to give.
   ///
   /// @param executable a path, or a bare name to be looked up in PATH.
   /// @param arguments split into words at blanks; single and double quotes and

@@ -35,6 +35,7 @@ class SteppedUtilities {
     auto clock = std::make_unique<SteppedClock>();
     fClock = clock.get();
     real.clock = std::move(clock);
+    real.listen = nullptr;  // every look is a whole one
     return real;
   }
 

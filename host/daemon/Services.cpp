@@ -31,7 +31,7 @@ std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
   process.programs = {settings.programOutput, settings.programEnvironment, programLimits(settings)};
   process.keptDescriptors = descriptorsToKeep();
   ProcessWorld world = ProcessWorld::real();
-  if (settings.processEvents) world.events = listenToKernel();
+  if (!settings.processEvents) world.listen = nullptr;
   return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"),
                                             std::move(world));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -14,6 +15,9 @@ class IProcessEvents {
   /// @return false when something was lost: then anything may have happened.
   virtual bool take(std::vector<unsigned int>& pids) = 0;
 };
+
+/// Begins to listen. @return null where there are no reports, or not now.
+using ListenToEvents = std::function<std::unique_ptr<IProcessEvents>()>;
 
 /// Listens to the running kernel.
 /// @return null where it does not report, or not to this process: it needs the

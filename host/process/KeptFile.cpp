@@ -1,5 +1,8 @@
 #include "host/process/KeptFile.h"
 
+#include <fcntl.h>
+#include <sys/select.h>
+
 #include "framework/PResult.h"
 
 namespace {
@@ -19,7 +22,9 @@ int KeptFile::read(ProcessTree const& tree, unsigned int pid, const char* file,
   int res = tree.open(pid, file, opened);
   if (res == PResult::ok) res = readProcess(opened, buffer, text);
   if (res == PResult::ok && budget != nullptr && budget->take()) {
-    fDescriptor = std::move(opened);
+    // Low numbers are for those who cannot do with high ones, as select() cannot.
+    UniqueFd high(::fcntl(opened.get(), F_DUPFD_CLOEXEC, FD_SETSIZE));
+    fDescriptor = high ? std::move(high) : std::move(opened);
     fBudget = budget;
   }
   return res;

@@ -39,7 +39,8 @@ int KnownProcesses::bind(unsigned int pid, Meant const& isMeant, Process const*&
   if (isAnother) res = read(pid, next);
   if (res != PResult::ok) return res;
   ProcessStat const& stat = (isAnother ? next : known).reading.stat;
-  if (stat.isDead() || !isMeant(pid, stat)) return PResult::notFound;
+  res = isMeant(pid, stat);
+  if (res != PResult::ok) return res;
   if (isAnother) known = std::move(next);
   known.isBound = true;
   process = &known;
@@ -48,7 +49,7 @@ int KnownProcesses::bind(unsigned int pid, Meant const& isMeant, Process const*&
 
 int KnownProcesses::ask(unsigned int pid, Question question, Process*& process) {
   Process& known = at(pid);
-  const bool isAnswered = (known.unanswered & question) != 0 &&
+  const bool isAnswered = known.isBound && (known.unanswered & question) != 0 &&
                           fClock.sinceBoot() - known.reading.sinceBoot < kFreshness;
   const int res = isAnswered ? PResult::ok : read(pid, known);
   known.unanswered &= ~static_cast<unsigned int>(question);
@@ -62,9 +63,9 @@ int KnownProcesses::confirm(unsigned int pid, ProcessStat& stat) {
   known.unanswered = 0;
   if (res != PResult::ok) return res;
   stat = known.reading.stat;
+  if (stat.isDead()) return PResult::notFound;
   // Bound numbers are those of a process; others may be those of a thread.
-  const bool isProcess = known.isBound || fTree.isProcess(pid);
-  return isProcess && !stat.isDead() ? PResult::ok : PResult::notFound;
+  return known.isBound ? PResult::ok : fTree.confirmProcess(pid);
 }
 
 void KnownProcesses::recheck(std::vector<unsigned int> const& pids) {

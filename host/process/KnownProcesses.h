@@ -19,7 +19,7 @@
 /// anew. What tells two bearers of a number apart is a descriptor that is kept
 /// open; where the budget has none left it is the time of their start, which the
 /// kernel gives in hundredths of a second. A bound number is remembered while its
-/// process lives, and for ten minutes after it was last used. One thread at a time.
+/// process lives, and for ten minutes after it was last read. One thread at a time.
 ///
 /// Results are 0, `PResult::notFound` for a process that is dead or not there, or
 /// the negated errno for which it cannot be read.
@@ -47,16 +47,17 @@ class KnownProcesses {
   KnownProcesses(ProcessTree const& tree, IClock const& clock, DescriptorBudget& budget,
                  unsigned int ticksPerSecond);
 
-  /// Tells by its state whether a process is the one that is looked for.
-  using Meant = std::function<bool(unsigned int pid, ProcessStat const& stat)>;
+  /// Tells by its state whether a process is the one that is looked for: 0,
+  /// `PResult::notFound` if it is not, or why that cannot be told.
+  using Meant = std::function<int(unsigned int pid, ProcessStat const& stat)>;
 
-  /// Reads a living process, and binds its number to it if it is meant.
-  /// @return also `PResult::notFound` if it is not; the number stands for what it
+  /// Reads a process, and binds its number to it if it is meant.
+  /// @return also what `isMeant` answers; if not 0, the number stands for what it
   ///         stood for.
   int bind(unsigned int pid, Meant const& isMeant, Process const*& process);
 
   /// Reads a process to answer a question. Readings of one moment belong together:
-  /// what was read recently answers each question once.
+  /// what was recently read of a bound number answers each question once.
   /// @param process set to the process, dead and not yet reaped ones included.
   int ask(unsigned int pid, Question question, Process*& process);
 

@@ -31,13 +31,31 @@ constexpr std::size_t kMostBatches = 1024;
 /// More than any message has.
 constexpr std::size_t kMessageSize = 256;
 
+/// What happened. Older and newer headers have the names in different places.
+enum What : unsigned int {
+  kAnswer = 0,
+  kFork = 0x1,
+  kExecute = 0x2,
+  kRename = 0x200,
+  kExit = 0x80000000U
+};
+
+/// More processors than any machine has.
+constexpr std::size_t kMostProcessors = 1U << 16U;
+
 constexpr std::size_t kEventOffset = NLMSG_HDRLEN + sizeof(cn_msg);
 
 /// What is read of a message.
 struct Report {
   unsigned int sequence = 0;
+  unsigned int answerTo = 0;  ///< one more than what was asked with
   proc_event event{};
+
+  bool isAnswer() const { return static_cast<unsigned int>(event.what) == kAnswer; }
 };
+
+/// Tells the answer to this process from answers to others.
+unsigned int ownMark() { return static_cast<unsigned int>(::getpid()); }
 
 /// Receives messages, several with one call.
 class Mailbox {
@@ -66,7 +84,7 @@ class Mailbox {
     cn_msg message{};
     std::memcpy(&message, fTexts.at(index).data() + NLMSG_HDRLEN, sizeof message);
     if (message.id.idx != CN_IDX_PROC || message.id.val != CN_VAL_PROC) return std::nullopt;
-    Report report{message.seq, {}};
+    Report report{message.seq, message.ack, {}};
     std::memcpy(&report.event, fTexts.at(index).data() + kEventOffset,
                 std::min(length - kEventOffset, sizeof report.event));
     return report;
@@ -86,14 +104,14 @@ std::optional<unsigned int> subjectOf(proc_event const& event) {
     if (thread != process) return std::nullopt;
     return static_cast<unsigned int>(process);
   };
-  switch (event.what) {
-    case proc_event::PROC_EVENT_FORK:
+  switch (static_cast<unsigned int>(event.what)) {
+    case kFork:
       return of(data.fork.child_pid, data.fork.child_tgid);
-    case proc_event::PROC_EVENT_EXEC:
+    case kExecute:
       return of(data.exec.process_pid, data.exec.process_tgid);
-    case proc_event::PROC_EVENT_COMM:
+    case kRename:
       return of(data.comm.process_pid, data.comm.process_tgid);
-    case proc_event::PROC_EVENT_EXIT:
+    case kExit:
       return of(data.exit.process_pid, data.exit.process_tgid);
     default:
       return std::nullopt;
@@ -109,11 +127,14 @@ class ProcessConnector : public IProcessEvents {
     bool isWhole = true;
     for (std::size_t batch = 0; batch < kMostBatches; ++batch) {
       const int count = fMailbox.receive(fSocket);
-      if (count < 0 && errno == EAGAIN) return isWhole;
+      if (count < 0 && errno == EAGAIN) break;
       if (count < 0 && errno != EINTR) isWhole = false;
       for (int i = 0; i < count; ++i) isWhole &= read(static_cast<std::size_t>(i), pids);
+      if (batch + 1 == kMostBatches) isWhole = false;
     }
-    return false;
+    // One loss must not show again at the next look as a gap in the numbers.
+    if (!isWhole) fExpected.clear();
+    return isWhole;
   }
 
   /// Asks the kernel for its reports. @return whether it agrees.
@@ -125,7 +146,7 @@ class ProcessConnector : public IProcessEvents {
     while ((count = fMailbox.receive(fSocket)) > 0) {
       for (int i = 0; i < count; ++i) {
         const auto report = fMailbox.report(static_cast<std::size_t>(i));
-        if (report && report->event.what == proc_event::PROC_EVENT_NONE) {
+        if (report && report->isAnswer() && report->answerTo == ownMark() + 1) {
           return report->event.event_data.ack.err == 0;
         }
       }
@@ -140,6 +161,7 @@ class ProcessConnector : public IProcessEvents {
     header.nlmsg_type = NLMSG_DONE;
     cn_msg message{};
     message.id = {CN_IDX_PROC, CN_VAL_PROC};
+    message.ack = ownMark();
     message.len = sizeof operation;
     std::memcpy(text.data(), &header, sizeof header);
     std::memcpy(text.data() + NLMSG_HDRLEN, &message, sizeof message);
@@ -152,12 +174,19 @@ class ProcessConnector : public IProcessEvents {
   ///         counts its own messages, those it had no memory for included.
   bool read(std::size_t index, std::vector<unsigned int>& pids) {
     const auto report = fMailbox.report(index);
-    if (!report || report->event.what == proc_event::PROC_EVENT_NONE) return true;
-    if (const auto pid = subjectOf(report->event)) pids.push_back(*pid);
+    if (!report) return true;
     const std::size_t cpu = report->event.cpu;
+    if (cpu >= kMostProcessors) return report->isAnswer();
     if (cpu >= fExpected.size()) fExpected.resize(cpu + 1);
-    const bool isNext = !fExpected[cpu] || *fExpected[cpu] == report->sequence;
-    fExpected[cpu] = report->sequence + 1;
+    auto& expected = fExpected[cpu];
+    if (report->isAnswer()) {
+      // Not every kernel counts what it answers to others.
+      expected.reset();
+      return true;
+    }
+    if (const auto pid = subjectOf(report->event)) pids.push_back(*pid);
+    const bool isNext = !expected || *expected == report->sequence;
+    expected = report->sequence + 1;
     return isNext;
   }
 

@@ -19,10 +19,15 @@ int ProcessFinder::lookIfDue(std::string const& name) {
   unsigned long& answeredIn = fAnsweredIn[name];
   if (answeredIn == fLook || fClock.sinceBoot() - fLookedAt >= KnownProcesses::kFreshness) {
     ++fLook;
+    fStarted.clear();
+    fLookedAt = fClock.sinceBoot();
+    fResult = PResult::outOfMemory;  // for the rest of the pass, should this throw
     fResult = fNames.look(fChanged);
     fKnown.recheck(fChanged);
     fLookedAt = fClock.sinceBoot();
   }
+  // A program takes its name a moment after it is known to have been started.
+  for (const unsigned int pid : fStarted) fNames.lookAt(pid);
   answeredIn = fLook;
   return fResult;
 }
@@ -37,13 +42,17 @@ ProcessFinder::Pids ProcessFinder::candidates(std::string const& name) const {
   return pids;
 }
 
-bool ProcessFinder::bearsName(unsigned int pid, ProcessStat const& stat,
-                              std::string const& name) const {
+int ProcessFinder::confirmName(unsigned int pid, ProcessStat const& stat, std::string const& name) {
+  if (stat.isDead()) return PResult::notFound;
   const std::string_view kept = std::string_view(name).substr(0, kCommLength);
   std::string comm = stat.comm;
-  // It took another name since the look, or one that this kernel escapes here.
-  if (comm != name && comm != kept) static_cast<void>(fTree.readComm(pid, comm));
-  return comm == name || (comm == kept && fTree.wasExecutedAs(pid, name));
+  if (comm != name && comm != kept) {
+    // It took another name since the look, or one that this kernel escapes here.
+    fNames.lookAt(pid);
+    if (const int res = fTree.readComm(pid, comm); res != PResult::ok) return res;
+  }
+  if (comm == name) return PResult::ok;
+  return comm == kept ? fTree.confirmExecutedAs(pid, name) : PResult::notFound;
 }
 
 int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
@@ -52,7 +61,7 @@ int ProcessFinder::find(std::string const& name, Pids& pids, Pids& parentPids) {
   int res = lookIfDue(name);
   if (res != PResult::ok) return res;
   const auto isMeant = [this, &name](unsigned int pid, ProcessStat const& stat) {
-    return bearsName(pid, stat, name);
+    return confirmName(pid, stat, name);
   };
   for (const unsigned int pid : candidates(name)) {
     KnownProcesses::Process const* process = nullptr;

@@ -31,12 +31,12 @@ class ProcessFinder {
   int find(std::string const& name, Pids& pids, Pids& parentPids);
 
   /// Takes note of a process that was started since the last look.
-  void add(unsigned int pid) { fNames.lookAt(pid); }
+  void add(unsigned int pid) { fStarted.push_back(pid); }
 
  private:
   int lookIfDue(std::string const& name);
   Pids candidates(std::string const& name) const;
-  bool bearsName(unsigned int pid, ProcessStat const& stat, std::string const& name) const;
+  int confirmName(unsigned int pid, ProcessStat const& stat, std::string const& name);
 
   ProcessTree const& fTree;
   IClock const& fClock;
@@ -47,4 +47,5 @@ class ProcessFinder {
   std::chrono::microseconds fLookedAt{0};
   std::unordered_map<std::string, unsigned long> fAnsweredIn;  ///< the look, by name
   Pids fChanged;
+  Pids fStarted;  ///< since the last look
 };

@@ -25,13 +25,14 @@ int ProcessHandle::open(ProcessTree const& tree, IProcessSignals& signals, unsig
   return PResult::ok;
 }
 
-bool ProcessHandle::isDead() const {
+int ProcessHandle::confirm() const {
   ProcessStat stat;
   const int res = fTree->readLiving(fPid, stat);
-  return res == PResult::notFound || (res == PResult::ok && stat.startTicks != fStartTicks);
+  return res == PResult::ok && stat.startTicks != fStartTicks ? PResult::notFound : res;
 }
 
 int ProcessHandle::send(int signal) const {
   if (fDescriptor) return fSignals->send(fDescriptor, signal);
-  return isDead() ? PResult::notFound : fSignals->send(fPid, signal);
+  const int res = confirm();
+  return res == PResult::ok ? fSignals->send(fPid, signal) : res;
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "framework/PResult.h"
 #include "host/process/IProcessSignals.h"
 #include "host/process/ProcessTree.h"
 #include "host/process/UniqueFd.h"
@@ -35,12 +36,15 @@ class ProcessHandle {
   }
 
   /// Whether the process is dead, by its entry in the process table.
-  bool isDead() const;
+  bool isDead() const { return confirm() == PResult::notFound; }
 
+  /// Nothing is sent to a process that cannot be looked at.
   /// @return 0, `PResult::notFound` when the process is dead, or a negative code.
   int send(int signal) const;
 
  private:
+  int confirm() const;
+
   ProcessTree const* fTree = nullptr;
   IProcessSignals* fSignals = nullptr;
   UniqueFd fDescriptor;

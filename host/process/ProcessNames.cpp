@@ -16,7 +16,8 @@ namespace {
 constexpr unsigned int kLooksBetweenScans = 256;
 
 /// When so many looks in a row lost events, more happens between two looks than
-/// the kernel can hold: reading the names on kept descriptors is cheaper then.
+/// the kernel can hold: reading the names on kept descriptors is cheaper then, and
+/// listening is tried again when the whole table would have been read.
 constexpr unsigned int kMostLosses = 8;
 
 /// Longer than any name that the kernel keeps.
@@ -24,22 +25,40 @@ constexpr std::size_t kNameSize = 256;
 
 }  // namespace
 
-ProcessNames::ProcessNames(ProcessTree const& tree, DescriptorBudget& budget,
-                           std::unique_ptr<IProcessEvents> events)
-    : fTree(tree), fBudget(budget), fEvents(std::move(events)) {}
+ProcessNames::ProcessNames(ProcessTree const& tree, DescriptorBudget& budget, ListenToEvents listen)
+    : fTree(tree), fBudget(budget), fListen(std::move(listen)) {}
 
 int ProcessNames::look(Pids& changed) {
   changed.clear();
-  const bool canFollow = takeEvents() && fIsWhole && fLooksSinceScan < kLooksBetweenScans;
-  const int res = canFollow ? follow(changed) : scan(changed);
-  fIsWhole = res == PResult::ok;
-  return res;
+  // Until this look has come to its end, nothing is known.
+  const bool wasWhole = std::exchange(fIsWhole, false);
+  try {
+    const bool canFollow = takeEvents() && wasWhole && fLooksSinceScan < kLooksBetweenScans &&
+                           fHappenedTo.size() <= fProcesses.size();
+    const int res = canFollow ? follow(changed) : scan(changed);
+    fIsWhole = res == PResult::ok;
+    return res;
+  } catch (...) {
+    forgetAll();
+    throw;
+  }
 }
 
-void ProcessNames::lookAt(unsigned int pid) {
-  Pids ignored;
-  // What cannot be read now is read at the next look.
-  if (examine(pid, ignored) != PResult::ok) fIsWhole = false;
+void ProcessNames::lookAt(unsigned int pid) noexcept {
+  try {
+    Pids ignored;
+    // What cannot be read now is read at the next look.
+    if (examine(pid, ignored) != PResult::ok) fIsWhole = false;
+  } catch (...) {
+    forgetAll();
+  }
+}
+
+/// Half an account is worse than none.
+void ProcessNames::forgetAll() noexcept {
+  fIsWhole = false;
+  fProcesses.clear();
+  fBearers.clear();
 }
 
 ProcessNames::Pids const& ProcessNames::bearing(std::string const& comm) const {
@@ -51,13 +70,20 @@ ProcessNames::Pids const& ProcessNames::bearing(std::string const& comm) const {
 /// @return whether all that happened since the last look is known.
 bool ProcessNames::takeEvents() {
   fHappenedTo.clear();
-  if (fEvents == nullptr) return false;
-  if (fEvents->take(fHappenedTo)) {
-    fLossesInARow = 0;
-    return true;
+  if (fEvents == nullptr) {
+    listenNowAndThen();
+    return false;
   }
-  if (++fLossesInARow == kMostLosses) fEvents.reset();
-  return false;
+  const bool isWhole = fEvents->take(fHappenedTo);
+  fLossesInARow = isWhole ? 0 : fLossesInARow + 1;
+  if (fLossesInARow >= kMostLosses) fEvents.reset();
+  return isWhole;
+}
+
+void ProcessNames::listenNowAndThen() {
+  if (fListen == nullptr || fLooksDeaf++ % kLooksBetweenScans != 0) return;
+  fLossesInARow = 0;
+  fEvents = fListen();
 }
 
 int ProcessNames::follow(Pids& changed) {
@@ -117,7 +143,8 @@ int ProcessNames::examine(unsigned int pid, Pids& changed) {
 
 int ProcessNames::readName(Named& process, std::string& comm) {
   // Of processes on which the kernel reports, a name is read once or twice only.
-  DescriptorBudget* const budget = fEvents == nullptr ? &fBudget : nullptr;
+  const bool isKept = fEvents == nullptr;
+  DescriptorBudget* const budget = isKept ? &fBudget : nullptr;
   std::array<char, kNameSize> buffer{};
   std::string_view text;
   const bool wasKept = process.file.isKept();
@@ -127,6 +154,7 @@ int ProcessNames::readName(Named& process, std::string& comm) {
     process.file.close();
     res = process.file.read(fTree, process.pid, "comm", budget, buffer, text);
   }
+  if (!isKept) process.file.close();
   if (res != PResult::ok) return res;
   comm = ProcessTree::nameIn(text);
   return PResult::ok;

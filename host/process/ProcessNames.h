@@ -21,9 +21,8 @@ class ProcessNames {
   using Pids = std::vector<unsigned int>;
 
   /// @param tree, budget outlive this object.
-  /// @param events null where the kernel does not report.
-  ProcessNames(ProcessTree const& tree, DescriptorBudget& budget,
-               std::unique_ptr<IProcessEvents> events);
+  /// @param listen none where the kernel does not report.
+  ProcessNames(ProcessTree const& tree, DescriptorBudget& budget, ListenToEvents listen);
 
   /// Looks at the table.
   /// @param changed filled with the processes that are gone or took another name.
@@ -31,7 +30,7 @@ class ProcessNames {
   int look(Pids& changed);
 
   /// Looks at one process that may have changed since the last look.
-  void lookAt(unsigned int pid);
+  void lookAt(unsigned int pid) noexcept;
 
   /// The processes of one name, in ascending order. Valid until the next look.
   Pids const& bearing(std::string const& comm) const;
@@ -47,6 +46,8 @@ class ProcessNames {
   int scan(Pids& changed);
   int follow(Pids& changed);
   bool takeEvents();
+  void listenNowAndThen();
+  void forgetAll() noexcept;
   int examine(unsigned int pid, Pids& changed);
   int readName(Named& process, std::string& comm);
   int update(Named& process, Pids& changed);
@@ -56,11 +57,13 @@ class ProcessNames {
 
   ProcessTree const& fTree;
   DescriptorBudget& fBudget;
-  std::unique_ptr<IProcessEvents> fEvents;
+  ListenToEvents fListen;
+  std::unique_ptr<IProcessEvents> fEvents;  ///< null while nobody listens
   Pids fHappenedTo;
   Processes fProcesses;  ///< in ascending order
   std::unordered_map<std::string, Pids> fBearers;
-  bool fIsWhole = false;                     ///< the last look saw all there was
+  bool fIsWhole = false;  ///< the last look saw all there was
   unsigned int fLooksSinceScan = 0;
+  unsigned int fLooksDeaf = 0;
   unsigned int fLossesInARow = 0;
 };

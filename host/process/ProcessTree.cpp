@@ -132,11 +132,13 @@ int ProcessTree::readLiving(unsigned int pid, ProcessStat& stat) const {
   return res == PResult::ok && stat.isDead() ? PResult::notFound : res;
 }
 
-bool ProcessTree::isProcess(unsigned int pid) const {
+int ProcessTree::confirmProcess(unsigned int pid) const {
   Buffer buffer{};
   std::string_view status;
-  return readFile(path(pid, "status"), buffer, status) == PResult::ok &&
-         status.find("\nTgid:\t" + std::to_string(pid) + "\n") != std::string_view::npos;
+  const int res = readFile(path(pid, "status"), buffer, status);
+  if (res != PResult::ok) return res;
+  const auto found = status.find("\nTgid:\t" + std::to_string(pid) + "\n");
+  return found != std::string_view::npos ? PResult::ok : PResult::notFound;
 }
 
 int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
@@ -152,16 +154,17 @@ int ProcessTree::readLivingThread(unsigned int pid, ProcessStat& stat) const {
   return PResult::notFound;
 }
 
-bool ProcessTree::wasExecutedAs(unsigned int pid, std::string_view name) const {
-  if (executableName(path(pid, "exe")) == name) return true;
+int ProcessTree::confirmExecutedAs(unsigned int pid, std::string_view name) const {
+  if (executableName(path(pid, "exe")) == name) return PResult::ok;
   constexpr std::size_t kWords = 3;
   Buffer buffer{};
   std::string_view rest;
-  if (readFile(path(pid, "cmdline"), buffer, rest) != PResult::ok) return false;
+  const int res = readFile(path(pid, "cmdline"), buffer, rest);
+  if (res != PResult::ok) return res;
   for (std::size_t word = 0; word < kWords && !rest.empty(); ++word) {
     const auto length = std::min(rest.find('\0'), rest.size());
-    if (baseName(rest.substr(0, length)) == name) return true;
+    if (baseName(rest.substr(0, length)) == name) return PResult::ok;
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }
-  return false;
+  return PResult::notFound;
 }

@@ -45,17 +45,18 @@ class ProcessTree {
   /// that does not exist.
   int readLiving(unsigned int pid, ProcessStat& stat) const;
 
-  /// Whether the number is that of a process, and not of one of its threads,
-  /// which have entries of their own that no listing shows.
-  bool isProcess(unsigned int pid) const;
+  /// Whether the number is that of a process: one of its threads, which have
+  /// entries of their own that no listing shows, is not found.
+  int confirmProcess(unsigned int pid) const;
 
   /// The state of a thread that lives while the main thread of `pid` does not.
   int readLivingThread(unsigned int pid, ProcessStat& stat) const;
 
-  /// Whether this is the base name of the executable, where that may be read, or
-  /// of one of the first three words of the command line: an interpreted script
-  /// comes after its interpreter and at most one option of that.
-  bool wasExecutedAs(unsigned int pid, std::string_view name) const;
+  /// Whether a process was executed under a base name: that of its executable,
+  /// where it may be read, or of one of the first three words of the command line:
+  /// an interpreted script comes after its interpreter and at most one option of
+  /// that. Under another it is not found.
+  int confirmExecutedAs(unsigned int pid, std::string_view name) const;
 
  private:
   std::string path(unsigned int pid, std::string_view file) const;

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "framework/PResult.h"
@@ -28,7 +29,7 @@ ProcessUtilities::ProcessUtilities(ProcessSettings settings, std::shared_ptr<spd
       fTree(fSettings.procRoot),
       fNameBudget(fSettings.keptDescriptors / 2),
       fStatBudget(fSettings.keptDescriptors - fSettings.keptDescriptors / 2),
-      fNames(fTree, fNameBudget, std::move(fWorld.events)),
+      fNames(fTree, fNameBudget, fWorld.listen),
       fKnown(fTree, *fWorld.clock, fStatBudget, systemSetting(_SC_CLK_TCK)),
       fFinder(fTree, *fWorld.clock, fNames, fKnown),
       fReaper(fLog) {}
@@ -92,11 +93,14 @@ int ProcessUtilities::kill(unsigned int pid) {
     fLog->error("process {} ({}) is never signalled", pid, stat.comm);
     return -EPERM;
   }
-  res = fReaper.end(std::move(process), stat.comm, fSettings.killGrace);
-  if (res == PResult::ok) {
+  {
+    // Before the signal, so that no start forgets to wait; what is not being ended
+    // is not waited for.
     const std::lock_guard lock(fMutex);
     fKilledSinceFind.push_back(pid);
-  } else if (res != PResult::notFound) {
+  }
+  res = fReaper.end(std::move(process), stat.comm, fSettings.killGrace);
+  if (res != PResult::ok && res != PResult::notFound) {
     fLog->error("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res));
   }
   return res;
@@ -133,7 +137,21 @@ int ProcessUtilities::run(std::string const& commandLine, unsigned int& pid) {
   return launch(request, pid);
 }
 
+/// Takes note of a child before it can be reaped, while the number is certainly its
+/// own. Without memory for that it is found like any other process.
+void ProcessUtilities::note(unsigned int pid) noexcept {
+  try {
+    const std::lock_guard lock(fMutex);
+    KnownProcesses::Process const* process = nullptr;
+    const auto anyState = [](unsigned int, ProcessStat const&) { return PResult::ok; };
+    static_cast<void>(fKnown.bind(pid, anyState, process));
+    fFinder.add(pid);
+  } catch (std::bad_alloc const&) {
+  }
+}
+
 int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
+  fReaper.makeRoom();
   const SpawnOutcome outcome = fWorld.spawner->spawn(request);
   if (outcome.error != 0) {
     fLog->error("program {} {}: {}", request.executable, outcome.cause,
@@ -145,14 +163,7 @@ int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
   UniqueFd descriptor;
   // Without one the child is looked for now and then.
   static_cast<void>(fWorld.signals->open(pid, descriptor));
-  {
-    // Before it can be reaped, so that the number is certainly its own.
-    const std::lock_guard lock(fMutex);
-    KnownProcesses::Process const* process = nullptr;
-    static_cast<void>(fKnown.bind(
-        pid, [](unsigned int, ProcessStat const&) { return true; }, process));
-    fFinder.add(pid);
-  }
+  note(pid);
   fReaper.adopt(pid, std::move(descriptor), request.executable);
   return PResult::ok;
 }

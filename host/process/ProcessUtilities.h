@@ -25,9 +25,9 @@ struct ProcessWorld {
   std::unique_ptr<IClock> clock;
   std::unique_ptr<IProcessSignals> signals;
   std::unique_ptr<ISpawner> spawner;
-  std::unique_ptr<IProcessEvents> events;  ///< null: every look reads the whole table
+  ListenToEvents listen;  ///< none: every look reads the whole table
 
-  /// The machine that this process runs on, without its events.
+  /// The machine that this process runs on.
   static ProcessWorld real();
 };
 
@@ -56,6 +56,7 @@ class ProcessUtilities : public IProcessUtilities {
  private:
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
   int hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat);
+  void note(unsigned int pid) noexcept;
   int launch(SpawnRequest const& request, unsigned int& pid);
   std::vector<unsigned int> takeKilled();
 

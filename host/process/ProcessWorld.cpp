@@ -21,5 +21,5 @@ class SystemClock : public IClock {
 }  // namespace
 
 ProcessWorld ProcessWorld::real() {
-  return {std::make_unique<SystemClock>(), makeKernelSignals(), makeForkSpawner(), nullptr};
+  return {std::make_unique<SystemClock>(), makeKernelSignals(), makeForkSpawner(), listenToKernel};
 }

@@ -27,8 +27,10 @@ constexpr auto kChildInterval = 1s;
 /// What a process may take to die of SIGKILL before it counts as stuck.
 constexpr auto kDeathTime = 1s;
 
-/// How soon to try again when memory ran out.
+/// How soon to try again what memory or descriptors were lacking for.
 constexpr auto kRetryInterval = 50ms;
+
+bool isLacking(int res) { return res == -EMFILE || res == -ENFILE || res == -ENOMEM; }
 
 }  // namespace
 
@@ -84,6 +86,11 @@ unsigned int Reaper::awaitEnded(std::vector<unsigned int> const& pids) {
   return lasting() == fEnding.end() ? 0 : lasting()->process.pid();
 }
 
+void Reaper::makeRoom() {
+  const std::lock_guard lock(fMutex);
+  fChildren.reserve(fChildren.size() + 1);
+}
+
 void Reaper::adopt(unsigned int pid, UniqueFd descriptor, std::string name) {
   {
     const std::lock_guard lock(fMutex);
@@ -97,12 +104,12 @@ void Reaper::run() {
   while (!isDone()) {
     try {
       awaitNextAct(lock);
+      std::erase_if(fChildren, [this](Child const& child) { return reap(child); });
+      dropEnded();
+      killOverdue();
     } catch (std::bad_alloc const&) {
       fEnded.wait_for(lock, kRetryInterval);
     }
-    std::erase_if(fChildren, [this](Child const& child) { return reap(child); });
-    dropEnded();
-    killOverdue();
   }
 }
 
@@ -156,8 +163,12 @@ void Reaper::dropEnded() {
 void Reaper::killOverdue() {
   for (auto& ending : fEnding) {
     if (ending.isKilled || Clock::now() < ending.killAt) continue;
-    ending.isKilled = true;
     const int res = ending.process.send(SIGKILL);
+    if (isLacking(res)) {
+      ending.killAt = Clock::now() + kRetryInterval;
+      continue;
+    }
+    ending.isKilled = true;
     if (res == PResult::ok) {
       fLog->warn("process {} ({}) did not end within {} ms of SIGTERM: sent SIGKILL",
                  ending.process.pid(), ending.name, ending.grace.count());

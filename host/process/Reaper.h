@@ -39,6 +39,9 @@ class Reaper {
   /// @return 0 when they are gone, or the pid of one that is not.
   unsigned int awaitEnded(std::vector<unsigned int> const& pids);
 
+  /// Makes room for one more child, so that it cannot be lacking once it lives.
+  void makeRoom();
+
   /// Reaps a child of this process when it ends.
   /// @param descriptor polls readable then; where there is none, it is polled for.
   void adopt(unsigned int pid, UniqueFd descriptor, std::string name);

@@ -28,6 +28,22 @@ TEST(ProcessStatTest, NamesMayHoldAnything) {
   }
 }
 
+TEST(ProcessStatTest, StatesAreJudged) {
+  for (auto const& [state, threads, isRunning, isDead] : {std::tuple{'R', 1U, true, false},
+                                                          {'S', 1U, true, false},
+                                                          {'D', 1U, true, false},
+                                                          {'I', 1U, true, false},
+                                                          {'T', 1U, false, false},
+                                                          {'t', 1U, false, false},
+                                                          {'Z', 2U, false, false},
+                                                          {'Z', 1U, false, true},
+                                                          {'X', 2U, false, true}}) {
+    const ProcessStat stat{.comm = "x", .state = state, .threadCount = threads};
+    EXPECT_EQ(stat.isRunning(), isRunning) << state;
+    EXPECT_EQ(stat.isDead(), isDead) << state << threads;
+  }
+}
+
 TEST(ProcessStatTest, BrokenTextsAreRefused) {
   const std::string whole = statText(7, {.comm = "x"});
   const auto blank = whole.find(" 4096 ");

@@ -42,13 +42,13 @@ class ProcessUtilitiesTest : public testing::Test {
   }
 
   /// Makes the utilities that give started programs these settings.
-  void configure(ProgramSettings programs) {
+  void configure(ProgramSettings programs, std::chrono::milliseconds grace = kGrace) {
     auto log = std::make_shared<spdlog::logger>(
         "test", std::make_shared<spdlog::sinks::ostream_sink_mt>(fLog));
     log->set_level(spdlog::level::debug);
     programs.output = fFolder.path("output");
     fUtilities = std::make_unique<ProcessUtilities>(
-        ProcessSettings{.killGrace = kGrace, .programs = std::move(programs)}, log);
+        ProcessSettings{.killGrace = grace, .programs = std::move(programs)}, log);
   }
 
   void TearDown() override {
@@ -154,6 +154,7 @@ TEST_F(ProcessUtilitiesTest, TheStubbornAreKilledAfterOneGrace) {
 }
 
 TEST_F(ProcessUtilitiesTest, AStoppingHostFinishesWhatItBeganAndNoMore) {
+  configure({}, 2s);
   const unsigned int stubborn = start("stubborn");
   EXPECT_EQ(fUtilities->kill(stubborn), 0);
   EXPECT_EQ(find(), PResult::ok);

@@ -27,7 +27,6 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kTarget = "storm-target";
-constexpr std::size_t kBallast = 32U << 20;  // more than a target ever holds in memory
 
 /// What all processes of the storm share.
 struct Scene {
@@ -36,7 +35,6 @@ struct Scene {
   std::atomic<unsigned int> harmed, strangersKilled, strangersRead, surprises;
   std::atomic<unsigned int> owner[1U << 16];  ///< which birth each number belongs to
   unsigned int ended() const { return terminated + killed; }
-  alignas(1U << 16) char ballast[kBallast];  ///< what bystanders hold in memory
 };
 
 struct Kind {
@@ -60,14 +58,13 @@ constexpr Kind kKinds[] = {
 
 /// Brings up one after the other until the storm is over.
 int breed(Scene& scene, Kind const& kind) {
-  if (kind.name == nullptr) ::madvise(scene.ballast, kBallast, MADV_POPULATE_WRITE);
   std::srand(static_cast<unsigned int>(::getpid()));
   while (!scene.isOver) {
     const auto luck = static_cast<unsigned int>(std::rand());
 #ifdef __SANITIZE_THREAD__
     const pid_t pid = ::_Fork();  // what the sanitizer makes of the other takes too long
 #else
-    const pid_t pid = ::vfork();  // shares the memory, for speed and for the ballast
+    const pid_t pid = ::vfork();  // shares the memory, for speed
 #endif
     if (pid == 0) live(scene, kind, luck);
     int status = 0;
@@ -116,8 +113,7 @@ class Watchdog {
       const int answers = isAnswer(fUtilities.isRunning(pid, running)) +
                           isAnswer(fUtilities.getCPUUsage(pid, percent)) +
                           isAnswer(fUtilities.getMemoryUsage(pid, kib));
-      const bool isStale = isStranger && !mayBeOld && answers > 0;
-      fScene.strangersRead += isStale || kib * 1024 >= kBallast;
+      fScene.strangersRead += isStranger && !mayBeOld && answers > 0;
     }
   }
 
