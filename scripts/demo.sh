@@ -65,7 +65,7 @@ veskd_pid=$!
 is_alive() { grep -q '^State:[[:space:]]*[^ZX]' "/proc/$1/status" 2>/dev/null; }
 
 # One look at each of the five. A fault that was put right stays so.
-declare -A seen
+declare -A seen=()
 server=
 killed=
 look() {
