@@ -25,6 +25,7 @@ plugins = ["a.so", "/b.so"]
 log_level = "error"
 config_dir = "conf/../d"
 kill_grace_ms = 600000
+process_events = false
 restart_command = "/sbin/reboot 'now then'"
 program_environment = ["A=b=c", "VESK_TEST", "EMPTY=", "NOT_OF_THE_HOST"]
 program_limits = ["core=0", "fsize=4294967296:unlimited"]
@@ -38,6 +39,7 @@ x = 1
   EXPECT_EQ(settings.log.level, spdlog::level::debug);
   EXPECT_EQ(settings.configDir, folder.path("d"));
   EXPECT_EQ(settings.killGrace, std::chrono::minutes(10));
+  EXPECT_FALSE(settings.processEvents);
   EXPECT_EQ(settings.restartCommand, "/sbin/reboot 'now then'");
   EXPECT_THAT(settings.programEnvironment, ElementsAre("A=b=c", "VESK_TEST=x", "EMPTY="));
   EXPECT_THAT(settings.programLimits,

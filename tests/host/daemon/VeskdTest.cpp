@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -170,8 +171,12 @@ TEST_F(Veskd, StopsCleanlyOnEachStopSignal) {
 }
 
 TEST_F(Veskd, StartsAKilledProgramAgainAndLeavesItRunning) {
-  auto veskd =
-      run(kHost + "program_limits = ['nofile=50:60']\n" + kGlobals + entryOf("/bin/sleep", "1000"));
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit low{300, before.rlim_max};  // the host raises its own, but not that of others
+  ::setrlimit(RLIMIT_NOFILE, &low);
+  auto veskd = run(kHost + kGlobals + entryOf("/bin/sleep", "1000"));
+  ::setrlimit(RLIMIT_NOFILE, &before);
   const auto awaitStart = [&] {
     const std::string line = veskd->awaitLine("Successfully restarted `" + fName + "' '1000'");
     return line.empty() ? 0 : std::stoi(line.substr(line.rfind('=') + 1));
@@ -185,7 +190,7 @@ TEST_F(Veskd, StartsAKilledProgramAgainAndLeavesItRunning) {
   EXPECT_EQ(veskd->awaitEnd(), 0);
   const std::string process = "/proc/" + std::to_string(second);
   EXPECT_THAT(contentOf(process + "/stat"), MatchesRegex("[0-9]+ \\(" + fName + "\\) [^ZX] .*"));
-  EXPECT_THAT(contentOf(process + "/limits"), HasSubstr("Max open files            50    "));
+  EXPECT_THAT(contentOf(process + "/limits"), HasSubstr("Max open files            300    "));
   std::string environment;  // empty until the kernel has set the program up
   for (int i = 0; i < 100'000 && environment.empty(); ++i) {
     environment = contentOf(process + "/environ");
