@@ -25,8 +25,13 @@ KnownProcesses::KnownProcesses(ProcessTree const& tree, IClock const& clock,
 KnownProcesses::Process& KnownProcesses::at(unsigned int pid) {
   const auto known = fProcesses.find(pid);
   if (known != fProcesses.end()) return known->second;
-  if (fProcesses.size() >= fSweepAt) forgetTheDead();
-  return fProcesses.try_emplace(pid, Process{{}, CpuMeter(fTicksPerSecond)}).first->second;
+  if (fProcesses.size() >= fSweepAt) tidyUp();
+  Process process{{}, CpuMeter(fTicksPerSecond)};
+  if (const auto gone = fGone.find(pid); gone != fGone.end()) {
+    process.reading.sinceBoot = gone->second;
+    process.isBound = process.isGone = true;
+  }
+  return fProcesses.try_emplace(pid, std::move(process)).first->second;
 }
 
 int KnownProcesses::bind(unsigned int pid, Meant const& isMeant, Process const*& process) {
@@ -136,16 +141,23 @@ int KnownProcesses::lookThroughThread(unsigned int pid, Process& process, Proces
   return res;
 }
 
-bool KnownProcesses::isForgettable(unsigned int pid, Process const& process) const {
-  if (fClock.sinceBoot() - process.reading.sinceBoot < kMemoryOfTheDead) return false;
+/// Of those that are gone, no more is remembered than that; thousands of them may
+/// have come and gone within ten minutes.
+void KnownProcesses::tidyUp() {
+  const auto now = fClock.sinceBoot();
+  std::erase_if(fGone, [&](auto const& gone) { return now - gone.second >= kMemoryOfTheDead; });
+  std::erase_if(fProcesses, [&](auto const& known) {
+    auto const& [pid, process] = known;
+    const bool isOld = now - process.reading.sinceBoot >= kMemoryOfTheDead;
+    if (process.isGone && !isOld) fGone.insert_or_assign(pid, process.reading.sinceBoot);
+    return process.isGone || (isOld && isDead(pid, process));
+  });
+  fSweepAt = std::max(kFirstSweep, 2 * fProcesses.size());
+}
+
+bool KnownProcesses::isDead(unsigned int pid, Process const& process) const {
   ProcessStat stat;
   const int res = fTree.readStat(pid, stat);
   return res == PResult::notFound ||
          (res == PResult::ok && stat.startTicks != process.reading.stat.startTicks);
-}
-
-void KnownProcesses::forgetTheDead() {
-  std::erase_if(fProcesses,
-                [this](auto const& known) { return isForgettable(known.first, known.second); });
-  fSweepAt = std::max(kFirstSweep, 2 * fProcesses.size());
 }

@@ -74,14 +74,15 @@ class KnownProcesses {
   int readStat(unsigned int pid, Process& process, ProcessStat& stat);
   int judge(Process& process, int res, bool isSame) const;
   int lookThroughThread(unsigned int pid, Process& process, ProcessStat& stat);
-  bool isForgettable(unsigned int pid, Process const& process) const;
-  void forgetTheDead();
+  bool isDead(unsigned int pid, Process const& process) const;
+  void tidyUp();
 
   ProcessTree const& fTree;
   IClock const& fClock;
   DescriptorBudget& fBudget;
   unsigned int fTicksPerSecond;
   std::unordered_map<unsigned int, Process> fProcesses;
+  std::unordered_map<unsigned int, std::chrono::microseconds> fGone;  ///< when they were last read
   std::size_t fSweepAt;
   std::array<char, 4096> fBuffer{};  ///< for a `stat` file, which is shorter
 };
