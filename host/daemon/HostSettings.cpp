@@ -6,8 +6,10 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "host/process/CommandLine.h"
@@ -106,12 +108,27 @@ ConfigValue const* storeLogLevel(ConfigValue const& value, Target& target) {
   return nullptr;
 }
 
+/// The integer of a value, if it is one of the range.
+std::optional<long long> integerOf(ConfigValue const& value, long long least, long long most) {
+  auto const* number = std::get_if<long long>(&value.content);
+  if (number == nullptr || *number < least || *number > most) return std::nullopt;
+  return *number;
+}
+
 ConfigValue const* storeKillGrace(ConfigValue const& value, Target& target) {
-  auto const* milliseconds = std::get_if<long long>(&value.content);
-  if (milliseconds == nullptr || *milliseconds < 0 || *milliseconds > kLongestGraceMs) {
-    return &value;
-  }
+  const auto milliseconds = integerOf(value, 0, kLongestGraceMs);
+  if (!milliseconds) return &value;
   target.settings.killGrace = std::chrono::milliseconds(*milliseconds);
+  return nullptr;
+}
+
+/// Takes over one of the limits of restarts.
+template <auto member, long long least, long long most>
+ConfigValue const* storeRestartLimit(ConfigValue const& value, Target& target) {
+  const auto number = integerOf(value, least, most);
+  if (!number) return &value;
+  auto& limit = target.settings.restartLimits.*member;
+  limit = std::remove_reference_t<decltype(limit)>(*number);
   return nullptr;
 }
 
@@ -138,7 +155,7 @@ struct Row {
   Store store;
 };
 
-constexpr std::array<Row, 10> kRows = {{
+constexpr std::array<Row, 14> kRows = {{
     {"plugins", "an array of strings that name files", storePlugins},
     {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
     {"log_file", "a string that names a file", storeLogFile},
@@ -152,6 +169,12 @@ constexpr std::array<Row, 10> kRows = {{
      R"(an array such as ["core=0", "nofile=1024:unlimited"], soft up to hard, each name once,)",
      storeProgramLimits},
     {"restart_command", "a command line with every quote closed", storeRestartCommand},
+    {"restart_min_uptime", "an integer from 0 to 86400",
+     storeRestartLimit<&RestartLimits::minUptime, 0, 86'400>},
+    {"restart_limit", "an integer from 0 to 100", storeRestartLimit<&RestartLimits::limit, 0, 100>},
+    {"restart_window", "an integer from 1 to 31536000",
+     storeRestartLimit<&RestartLimits::window, 1, 31'536'000>},
+    {"state_dir", "a string that names a folder", storePath<&HostSettings::stateDir>},
 }};
 
 /// A value of the right type is wrong by what it says, so that is shown.

@@ -8,6 +8,7 @@
 #include "host/daemon/Failure.h"
 #include "host/process/ProgramSettings.h"
 #include "host/services/LogOutput.h"
+#include "host/services/RestartBrake.h"
 #include "host/services/TomlFile.h"
 
 /// The host's own table of the configuration file.
@@ -29,6 +30,8 @@ struct HostSettings {
   std::vector<std::string> programEnvironment{kProgramPath};  ///< each as "NAME=value"
   std::vector<ProgramLimit> programLimits;                    ///< at most one for each resource
   std::string restartCommand;  ///< restarts the operating system; empty: the kernel does
+  RestartLimits restartLimits;
+  std::string stateDir;  ///< where restarts are remembered; empty: nowhere
 };
 
 /// Reads the settings out of the entries of the host's table. Nothing is guessed:

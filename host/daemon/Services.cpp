@@ -37,12 +37,32 @@ std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
 }
 
 RestartMeans restartMeans(HostSettings const& settings,
-                          std::shared_ptr<ProcessUtilities> utilities) {
+                          std::shared_ptr<ProcessUtilities> const& utilities) {
   return {settings.restartCommand,
-          [utilities = std::move(utilities)](std::string const& commandLine, unsigned int& pid) {
+          [utilities](std::string const& commandLine, unsigned int& pid) {
             return utilities->run(commandLine, pid);
           },
+          [utilities](unsigned int pid) {
+            bool isRunning = false;  // a stopped one has not ended either
+            return utilities->isRunning(pid, isRunning) != PResult::notFound;
+          },
           restartThisMachine, ::geteuid() == 0};
+}
+
+RestartClocks restartClocks() {
+  const auto wall = [] {
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  };
+  return {ProcessWorld::real().clock, wall, readBootId()};
+}
+
+OsRestart* makeRestart(HostSettings const& settings,
+                       std::shared_ptr<ProcessUtilities> const& utilities,
+                       std::shared_ptr<spdlog::logger> const& log) {
+  std::optional<RestartJournal> journal;
+  if (!settings.stateDir.empty()) journal.emplace(settings.stateDir, log);
+  return new OsRestart(restartMeans(settings, utilities), restartClocks(), settings.restartLimits,
+                       std::move(journal), log);
 }
 
 }  // namespace
@@ -60,8 +80,7 @@ Services::Services(HostSettings const& settings, std::optional<TomlFile> mainFil
   Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
   Runtime::provide(ID_IEVENTDISPATCHER, new EventDispatcher(output->logger("vesk.events")));
   Runtime::provide(ID_IEXTCOUNTERS, new ExtCounters);
-  Runtime::provide(ID_IOSRESTART, new OsRestart(restartMeans(settings, utilities),
-                                                output->logger("vesk.restart")));
+  Runtime::provide(ID_IOSRESTART, makeRestart(settings, utilities, output->logger("vesk.restart")));
 }
 
 Services::~Services() { Runtime::reset(); }

@@ -2,12 +2,20 @@
 
 #include <spdlog/logger.h>
 
+#include <array>
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "framework/IOSRestart.h"
 #include "host/RefCounted.h"
+#include "host/process/IClock.h"
+#include "host/services/RestartBrake.h"
+#include "host/services/RestartJournal.h"
 
 /// What an operating-system restart is made with.
 struct RestartMeans {
@@ -18,6 +26,9 @@ struct RestartMeans {
   /// code.
   std::function<int(std::string const& commandLine, unsigned int& pid)> run;
 
+  /// Whether the command that was started with that pid has not ended.
+  std::function<bool(unsigned int pid)> isRunning;
+
   /// Restarts at once; returns only when that failed, with a negative code.
   std::function<int()> restartKernel;
 
@@ -25,22 +36,90 @@ struct RestartMeans {
   bool isRoot = false;
 };
 
+/// By what the moment of a restart is told.
+struct RestartClocks {
+  std::shared_ptr<IClock const> sinceBoot;
+  std::function<std::chrono::sys_seconds()> wall;
+  std::string bootId;
+};
+
+/// What is known about restarts of the operating system, to be shown.
+struct RestartState {
+  struct Refusal {
+    std::chrono::sys_seconds time;
+    std::string reason;
+  };
+
+  std::vector<PastRestart> past;  ///< the oldest first; older than the window only for a while
+  std::optional<Refusal> lastRefusal;
+};
+
 /// Restarts the operating system: by the configured command, whose own rights
-/// decide, or else by the kernel, if the host is root. Each request is logged.
+/// decide, or else by the kernel, if the host is root. A restart is recorded before
+/// it is made, and not made beyond the limits. What is asked for while one is under
+/// way is not made again: while its command runs, and for two minutes from the
+/// start of the command, which the machine may take to go down.
 class OsRestart : public RefCounted<IOSRestart> {
  public:
-  OsRestart(RestartMeans means, std::shared_ptr<spdlog::logger> log);
+  static constexpr std::chrono::seconds kTimeToGoDown{120};
+
+  /// How soon a refusal is logged again, and a restart that could not even be begun
+  /// is tried again.
+  static constexpr std::chrono::seconds kPause{60};
+
+  /// Loads the journal and, in the boot after a restart, logs what caused it.
+  /// @param journal none: what was made is known only to this object.
+  OsRestart(RestartMeans means, RestartClocks clocks, RestartLimits limits,
+            std::optional<RestartJournal> journal, std::shared_ptr<spdlog::logger> log);
 
   int restart(int mode) override;
 
+  /// As `restart(0)`. @param cause is recorded, and shown after the restart; its
+  /// first 200 bytes are.
+  int request(std::string const& cause);
+
+  RestartState state() const;
+
  private:
+  /// A restart that was begun, and may still bring the machine down.
+  struct Begun {
+    std::chrono::seconds uptime;
+    unsigned int pid = 0;  ///< of its command, until that was seen to have ended
+    bool isRepeatLogged = false;
+  };
+  struct Failure {
+    std::chrono::seconds uptime;
+    int code;
+  };
+
   ~OsRestart() override = default;
 
-  int runCommand() const;
+  RestartMoment now() const;
+  void logLastRestart() const;
+  std::optional<int> answerAtOnce(RestartMoment const& moment);
+  bool isUnderWay(RestartMoment const& moment);
+  std::optional<RestartRefusal> refusalAt(RestartMoment const& moment) const;
+  std::vector<PastRestart> add(RestartMoment const& moment, std::string const& cause);
+  int make(std::vector<PastRestart> past, RestartMoment const& moment, unsigned int& pid);
+  int runCommand(unsigned int& pid) const;
   int restartKernel() const;
+  void settle(int res, std::chrono::seconds uptime, unsigned int pid);
+  int refuse(RestartRefusal const& refusal, RestartMoment const& moment);
 
-  RestartMeans fMeans;
-  std::shared_ptr<spdlog::logger> fLog;
+  const RestartMeans fMeans;
+  const RestartClocks fClocks;
+  const RestartLimits fLimits;
+  const std::optional<RestartJournal> fJournal;
+  const std::shared_ptr<spdlog::logger> fLog;
+
+  mutable std::mutex fMutex;  ///< guards what follows; not held while a restart is made
+  RestartState fState;
+  std::array<std::optional<std::chrono::seconds>, kRestartObstacles> fRefusalLogged;
+  std::optional<Begun> fBegun;
+  std::optional<Failure> fFailure;
+  bool fIsPastKnown = true;
+  bool fIsBeingMade = false;
+  bool fIsForgetfulnessLogged = false;
 };
 
 /// Writes what is in memory to the disks and restarts the machine at once,
