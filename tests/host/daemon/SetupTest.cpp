@@ -27,6 +27,10 @@ config_dir = "conf/../d"
 kill_grace_ms = 600000
 process_events = false
 restart_command = "/sbin/reboot 'now then'"
+restart_min_uptime = 86400
+restart_limit = 0
+restart_window = 1
+state_dir = "s"
 program_environment = ["A=b=c", "VESK_TEST", "EMPTY=", "NOT_OF_THE_HOST"]
 program_limits = ["core=0", "fsize=4294967296:unlimited"]
 [watchdog]
@@ -41,6 +45,10 @@ x = 1
   EXPECT_EQ(settings.killGrace, std::chrono::minutes(10));
   EXPECT_FALSE(settings.processEvents);
   EXPECT_EQ(settings.restartCommand, "/sbin/reboot 'now then'");
+  EXPECT_EQ(settings.restartLimits.minUptime, std::chrono::days(1));
+  EXPECT_EQ(settings.restartLimits.limit, 0U);
+  EXPECT_EQ(settings.restartLimits.window, std::chrono::seconds(1));
+  EXPECT_EQ(settings.stateDir, folder.path("s"));
   EXPECT_THAT(settings.programEnvironment, ElementsAre("A=b=c", "VESK_TEST=x", "EMPTY="));
   EXPECT_THAT(settings.programLimits,
               ElementsAre(FieldsAre(RLIMIT_CORE, 0, 0),
@@ -57,6 +65,7 @@ plugins = ["a.so", 3]
 log_level = "loud"
 kill_grace_ms = 600001
 config_dir = "a\u0000b"
+restart_limit = 101
 [host.inner]
 x = 1
 )"));
@@ -70,7 +79,8 @@ x = 1
                   at("4:13: `host.log_level' is \"loud\", but .* or \"off\" is expected"),
                   at("5:17: `host.kill_grace_ms' is the integer 600001, but .* from 0 to 600000.*"),
                   at("6:14: `host.config_dir' is a string with a null in it, but a.*"),
-                  at("8:1: unknown key `host.inner.x'")));
+                  at("7:17: `host.restart_limit' is the integer 101, but .* from 0 to 100 is .*"),
+                  at("9:1: unknown key `host.inner.x'")));
 }
 
 TEST(Setup, NoWrongLimitOrVariablePasses) {

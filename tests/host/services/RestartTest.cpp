@@ -77,6 +77,7 @@ struct Machine : IClock {
 
   int act(std::string const& what) {
     did += what;
+    if (meanwhile) meanwhile();
     return outcome;
   }
 
@@ -84,6 +85,7 @@ struct Machine : IClock {
   CollectedLog log;
   RestartLimits limits;
   std::string command, did;
+  std::function<void()> meanwhile;  ///< while the restart is made
   bool isRoot = true, hasJournal = true, isRunning = false;
   int outcome = PResult::ok;
   long long time = 1'000'000'000, uptime = 1000;
@@ -123,6 +125,7 @@ TEST(Restart, IsNotMadeTwiceNorBeyondTheLimitAndSaysSoOnce) {
   machine.hasJournal = false;
   machine.limits.limit = 2;
   const auto restart = machine.start();
+  machine.meanwhile = [&] { EXPECT_EQ(restart->restart(0), 0); };
   const auto ask = [&](bool isRunning, long long uptime) {
     machine.isRunning = isRunning;
     machine.uptime = uptime;
@@ -150,12 +153,17 @@ TEST(Restart, IsRememberedFromBootToBootAndItsCauseIsShown) {
   machine.folder.makeFile("state/restarts", "vesk-restarts 1\n");
   const std::string name = machine.folder.path("state/restarts");
   for (std::string const boot : {"1", "2", "3"}) {
+    machine.meanwhile = [&] {  // it is recorded before
+      std::ifstream file(name);
+      EXPECT_EQ(std::count(std::istreambuf_iterator(file), {}, '\n'), std::stoi(boot) + 1);
+    };
     EXPECT_EQ(machine.start(boot)->request("as asked\nby " + boot), 0);
     machine.time += 2000;
   }
   struct stat status {};
   ASSERT_EQ(::stat(name.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0600U);
+  machine.meanwhile = nullptr;
   const auto lines = machine.log.lines().size();
   EXPECT_EQ(machine.start("3")->restart(0), -EAGAIN);
   EXPECT_EQ(machine.log.lines().size(), lines + 1);  // the same boot: no cause is shown
@@ -180,7 +188,7 @@ TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
                                   good + std::string(65536, ' '),
                                   "link",
                                   "nofolder",
-                                  "nofile"};
+                                  "unwritable"};
   for (std::string const& content : contents) {
     Machine machine;
     const std::string name = machine.folder.path("state/restarts");
@@ -190,7 +198,7 @@ TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
       std::filesystem::create_symlink(machine.folder.path("aside"), name);
     } else if (content == "nofolder") {
       std::filesystem::remove_all(machine.folder.path("state"));
-    } else if (content == "nofile") {  // nothing can be written in the way of this one
+    } else if (content == "unwritable") {  // not even by root
       machine.folder.makeFile("state/restarts.new/x", "");
     } else {
       machine.folder.makeFile("state/restarts", content);
@@ -201,7 +209,7 @@ TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
     EXPECT_THAT(machine.log.text(), HasSubstr("possible in 1 s"));
     machine.uptime = 28860;
     EXPECT_EQ(restart->restart(0), 0) << content;
-    const bool isAside = content != "nofolder" && content != "nofile";
+    const bool isAside = content != "nofolder" && content != "unwritable";
     EXPECT_EQ(std::filesystem::exists(name + ".bad"), isAside) << content;
     // The next boot knows of it where that could be written.
     EXPECT_EQ(machine.start("next")->state().past.size(), content == "nofolder" ? 0U : 1U);
