@@ -22,8 +22,8 @@ OsRestart::OsRestart(RestartMeans means, RestartClocks clocks, RestartLimits lim
     : fMeans(std::move(means)),
       fClocks(std::move(clocks)),
       fLimits(limits),
-      fJournal(std::move(journal)),
-      fLog(std::move(log)) {
+      fLog(std::move(log)),
+      fJournal(std::move(journal)) {
   if (!fJournal) return;
   auto [past, isWhole] = fJournal->load();
   fState.past = std::move(past);

@@ -109,8 +109,8 @@ class OsRestart : public RefCounted<IOSRestart> {
   const RestartMeans fMeans;
   const RestartClocks fClocks;
   const RestartLimits fLimits;
-  const std::optional<RestartJournal> fJournal;
   const std::shared_ptr<spdlog::logger> fLog;
+  std::optional<RestartJournal> fJournal;  ///< of whoever makes a restart
 
   mutable std::mutex fMutex;  ///< guards what follows; not held while a restart is made
   RestartState fState;

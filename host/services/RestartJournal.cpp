@@ -13,6 +13,7 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "framework/PResult.h"
@@ -129,6 +130,21 @@ int writeNewFile(int folder, std::string_view text) {
   return file ? writeAll(file.get(), text) : -errno;
 }
 
+int replaceFile(std::string const& path, std::string_view text) {
+  UniqueFd folder;
+  int res = openFolder(path, folder);
+  if (res != PResult::ok) return res;
+  res = writeNewFile(folder.get(), text);
+  if (res == PResult::ok && ::renameat(folder.get(), kNewName, folder.get(), kName) != 0) {
+    res = -errno;
+  }
+  if (res != PResult::ok) {
+    ::unlinkat(folder.get(), kNewName, 0);
+    return res;
+  }
+  return ::fsync(folder.get()) == 0 ? PResult::ok : -errno;
+}
+
 }  // namespace
 
 RestartJournal::RestartJournal(std::string folder, std::shared_ptr<spdlog::logger> log)
@@ -167,19 +183,21 @@ RestartJournal::Content RestartJournal::setAside(UniqueFd const& folder, char co
                          : fmt::format("{}, and cannot be set aside: {}", why, causeOf(errno)));
 }
 
-int RestartJournal::store(std::vector<PastRestart> const& past) const {
-  UniqueFd folder;
-  int res = openFolder(fFolder, folder);
-  if (res != PResult::ok) return res;
-  res = writeNewFile(folder.get(), format(past));
-  if (res == PResult::ok && ::renameat(folder.get(), kNewName, folder.get(), kName) != 0) {
-    res = -errno;
+int RestartJournal::store(std::vector<PastRestart> const& past) {
+  const auto isAnswered = [this](std::chrono::seconds time) {
+    return fStoring.wait_for(time) == std::future_status::ready;
+  };
+  if (fStoring.valid() && !isAnswered(std::chrono::seconds(0))) return -ETIMEDOUT;
+  std::packaged_task<int()> task(
+      [folder = fFolder, text = format(past)] { return replaceFile(folder, text); });
+  fStoring = task.get_future();
+  try {
+    std::thread(std::move(task)).detach();
+  } catch (std::system_error const& error) {
+    fStoring = {};
+    return -error.code().value();
   }
-  if (res != PResult::ok) {
-    ::unlinkat(folder.get(), kNewName, 0);
-    return res;
-  }
-  return ::fsync(folder.get()) == 0 ? PResult::ok : -errno;
+  return isAnswered(kStoreTime) ? fStoring.get() : -ETIMEDOUT;
 }
 
 std::string readBootId(std::string const& path) {

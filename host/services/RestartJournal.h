@@ -2,6 +2,8 @@
 
 #include <spdlog/logger.h>
 
+#include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,10 +30,15 @@ class RestartJournal {
   /// `restarts.bad`. Whatever goes wrong is logged.
   Content load() const;
 
+  /// How long a disk may take to write the file. One that hangs must not hold up
+  /// the restart that may be its cure.
+  static constexpr std::chrono::seconds kStoreTime{10};
+
   /// Replaces the file by one that survives a crash of the machine.
   /// @return 0, or a negated errno: then the file is the former or the new one, and
-  ///         which of them a crash would leave is not known.
-  int store(std::vector<PastRestart> const& past) const;
+  ///         which of them a crash would leave is not known. -ETIMEDOUT while the
+  ///         disk hangs.
+  int store(std::vector<PastRestart> const& past);
 
   std::string path() const;
 
@@ -41,6 +48,7 @@ class RestartJournal {
 
   std::string fFolder;
   std::shared_ptr<spdlog::logger> fLog;
+  std::future<int> fStoring;  ///< valid while the disk has not answered
 };
 
 /// What tells this boot from any other; "unknown" where the kernel does not say.

@@ -45,9 +45,7 @@ x = 1
   EXPECT_EQ(settings.killGrace, std::chrono::minutes(10));
   EXPECT_FALSE(settings.processEvents);
   EXPECT_EQ(settings.restartCommand, "/sbin/reboot 'now then'");
-  EXPECT_EQ(settings.restartLimits.minUptime, std::chrono::days(1));
-  EXPECT_EQ(settings.restartLimits.limit, 0U);
-  EXPECT_EQ(settings.restartLimits.window, std::chrono::seconds(1));
+  EXPECT_THAT(settings.restartLimits, FieldsAre(std::chrono::days(1), 0, std::chrono::seconds(1)));
   EXPECT_EQ(settings.stateDir, folder.path("s"));
   EXPECT_THAT(settings.programEnvironment, ElementsAre("A=b=c", "VESK_TEST=x", "EMPTY="));
   EXPECT_THAT(settings.programLimits,

@@ -58,6 +58,7 @@ TEST(RestartBrake, KeepsToTheLimitsWhateverTheWallClockSays) {
 
 /// A machine on which restarts are asked for.
 struct Machine : IClock {
+  Machine() { std::filesystem::create_directory(folder.path("state")); }
   std::chrono::microseconds monotonic() const override { return {}; }
   std::chrono::microseconds sinceBoot() const override { return seconds(uptime); }
 
@@ -72,7 +73,7 @@ struct Machine : IClock {
     if (hasJournal) journal.emplace(folder.path("state"), log.logger());
     const RestartMeans means{command, run, [this](unsigned int) { return isRunning; },
                              [this] { return act("kernel"); }, isRoot};
-    return holdRef(new OsRestart(means, clocks, limits, journal, log.logger()));
+    return holdRef(new OsRestart(means, clocks, limits, std::move(journal), log.logger()));
   }
 
   int act(std::string const& what) {
@@ -107,7 +108,6 @@ TEST(Restart, GoesToTheCommandOrAsRootToTheKernel) {
   };
   for (Case const& each : cases) {
     Machine machine;
-    machine.folder.makeFile("state/restarts", "vesk-restarts 1\n");
     machine.command = each.command;
     machine.isRoot = each.isRoot;
     machine.outcome = each.outcome;
@@ -132,25 +132,22 @@ TEST(Restart, IsNotMadeTwiceNorBeyondTheLimitAndSaysSoOnce) {
     return restart->restart(0);
   };
   for (const long long uptime : {1000, 1001, 1200}) EXPECT_EQ(ask(true, uptime), 0);
-  EXPECT_EQ(machine.did, "go");
   for (const long long uptime : {1201, 1202, 1320}) EXPECT_EQ(ask(false, uptime), 0);
   EXPECT_EQ(machine.did, "gogo");
   for (const long long uptime : {1321, 1322, 1380, 1381}) EXPECT_EQ(ask(false, uptime), -EAGAIN);
   EXPECT_EQ(machine.did, "gogo");
-  const auto running = MatchesRegex("warning .*running `go', pid=42");
-  const auto again = MatchesRegex("warning .*already under way.*");
-  const auto inVain = MatchesRegex("error .*did not go down in the .*");
-  EXPECT_THAT(
-      machine.log.lines(),
-      ElementsAre(MatchesRegex("warning .*no state_dir .*"), running, again, inVain, running, again,
-                  inVain, HasSubstr("possible in 86079 s"), HasSubstr("possible in 86019 s")));
+  const auto running = HasSubstr("running `go', pid=42");
+  const auto again = HasSubstr("already under way");
+  const auto inVain = HasSubstr("did not go down");
+  EXPECT_THAT(machine.log.lines(),
+              ElementsAre(HasSubstr("no state_dir"), running, again, inVain, running, again, inVain,
+                          HasSubstr("possible in 86079 s"), HasSubstr("possible in 86019 s")));
   EXPECT_EQ(restart->state().past.size(), 2U);
   EXPECT_THAT(restart->state().lastRefusal->reason, HasSubstr("in 86019 s"));
 }
 
 TEST(Restart, IsRememberedFromBootToBootAndItsCauseIsShown) {
   Machine machine;
-  machine.folder.makeFile("state/restarts", "vesk-restarts 1\n");
   const std::string name = machine.folder.path("state/restarts");
   for (std::string const boot : {"1", "2", "3"}) {
     machine.meanwhile = [&] {  // it is recorded before
@@ -179,40 +176,32 @@ TEST(Restart, IsRememberedFromBootToBootAndItsCauseIsShown) {
 
 TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
   const std::string good = "vesk-restarts 1\n1 1 x y\n";
-  const std::string contents[] = {"",
-                                  "{}",
-                                  good + "1 1 x",
-                                  good + "-1 1 x y\n",
-                                  good + "1 1k x y\n",
-                                  good + "\n",
-                                  good + std::string(65536, ' '),
-                                  "link",
-                                  "nofolder",
-                                  "unwritable"};
-  for (std::string const& content : contents) {
+  for (std::string const& content :
+       {std::string(), std::string("{}"), good + "1 1 x", good + "-1 1 x y\n", good + "1 1k x y\n",
+        good + "\n", good + std::string(65536, ' '), std::string("link"), std::string("none"),
+        std::string("unwritable")}) {
     Machine machine;
-    const std::string name = machine.folder.path("state/restarts");
-    machine.folder.makeFile(content == "link" ? "aside" : "state/restarts", good);
+    const std::string folder = machine.folder.path("state");
     if (content == "link") {
-      std::filesystem::create_directory(machine.folder.path("state"));
-      std::filesystem::create_symlink(machine.folder.path("aside"), name);
-    } else if (content == "nofolder") {
-      std::filesystem::remove_all(machine.folder.path("state"));
-    } else if (content == "unwritable") {  // not even by root
-      machine.folder.makeFile("state/restarts.new/x", "");
+      machine.folder.makeFile("elsewhere", good);
+      std::filesystem::create_symlink("../elsewhere", folder + "/restarts");
+    } else if (content == "none") {
+      std::filesystem::remove_all(folder);
     } else {
-      machine.folder.makeFile("state/restarts", content);
+      machine.folder.makeFile("state/restarts", content == "unwritable" ? good : content);
     }
+    // So that not even root can write there.
+    if (content == "unwritable") machine.folder.makeFile("state/restarts.new/x", "");
     const auto restart = machine.start();
     machine.uptime = 28799;
     EXPECT_EQ(restart->restart(0), -EAGAIN) << content;
     EXPECT_THAT(machine.log.text(), HasSubstr("possible in 1 s"));
     machine.uptime = 28860;
     EXPECT_EQ(restart->restart(0), 0) << content;
-    const bool isAside = content != "nofolder" && content != "unwritable";
-    EXPECT_EQ(std::filesystem::exists(name + ".bad"), isAside) << content;
+    EXPECT_EQ(std::filesystem::exists(folder + "/restarts.bad"),
+              content != "none" && content != "unwritable");
     // The next boot knows of it where that could be written.
-    EXPECT_EQ(machine.start("next")->state().past.size(), content == "nofolder" ? 0U : 1U);
+    EXPECT_EQ(machine.start("next")->state().past.size(), content == "none" ? 0U : 1U);
   }
 }
 
