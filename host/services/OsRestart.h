@@ -50,7 +50,8 @@ struct RestartState {
     std::string reason;
   };
 
-  std::vector<PastRestart> past;  ///< the oldest first; older than the window only for a while
+  /// The oldest first. Those that are older than the window stay until the next.
+  std::vector<PastRestart> past;
   std::optional<Refusal> lastRefusal;
 };
 
@@ -78,6 +79,7 @@ class OsRestart : public RefCounted<IOSRestart> {
   /// first 200 bytes are.
   int request(std::string const& cause);
 
+  /// What is known at this moment, the restart that is being made included.
   RestartState state() const;
 
  private:
