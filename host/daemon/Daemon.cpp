@@ -1,10 +1,12 @@
 #include "host/daemon/Daemon.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <utility>
 
 #include "host/daemon/PluginLoader.h"
+#include "host/daemon/ServiceNotifier.h"
 #include "host/daemon/Services.h"
 
 namespace {
@@ -23,14 +25,17 @@ const char* nameOf(int signal) {
 
 /// Runs the opened plug-ins. @return false when one of them cannot be started.
 bool runPlugins(PluginLoader& plugins, Services const& services, spdlog::logger& log,
-                StopSignals& signals) {
+                StopSignals& signals, ServiceNotifier& notifier) {
   const bool started = plugins.start();
   services.configuration().reportUnused();
   if (started) {
     log.info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
              plugins.count());
-    const int signal = signals.wait();
+    notifier.ready(fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, plugins.count()));
+    const int signal =
+        signals.wait(notifier.feedInterval(), [&] { notifier.feed(services.utilities().finds()); });
     log.info("stopping: {}", nameOf(signal));
+    notifier.stopping(fmt::format("stopping: {}", nameOf(signal)));
   }
   plugins.stop();
   return started;
@@ -49,10 +54,11 @@ ExitCode runDaemon(DaemonSetup setup, std::shared_ptr<LogOutput> const& output,
   PluginLoader plugins(log);
   if (!plugins.open(setup.settings.plugins)) return ExitCode::pluginFailed;
 
+  ServiceNotifier notifier(setup.serviceManager, log);
   bool started = false;
   {
     const Services services(setup.settings, std::move(setup.mainFile), output);
-    started = runPlugins(plugins, services, *log, signals);
+    started = runPlugins(plugins, services, *log, signals, notifier);
   }
   if (!started) return ExitCode::pluginFailed;
   log->info("stopped");

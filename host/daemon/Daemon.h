@@ -5,6 +5,7 @@
 
 #include "host/daemon/ExitCode.h"
 #include "host/daemon/HostSettings.h"
+#include "host/daemon/ServiceManager.h"
 #include "host/daemon/StopSignals.h"
 #include "host/services/LogOutput.h"
 
@@ -12,6 +13,7 @@
 struct DaemonSetup {
   HostSettings settings;
   std::optional<TomlFile> mainFile;  ///< without the host's own table
+  ServiceManager serviceManager;
 };
 
 /// Runs the plug-ins until a stop signal arrives, then ends them, the services

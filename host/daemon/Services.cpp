@@ -6,7 +6,6 @@
 
 #include "framework/PResult.h"
 #include "host/libvesk/Runtime.h"
-#include "host/process/ProcessUtilities.h"
 #include "host/services/EventDispatcher.h"
 #include "host/services/ExtCounters.h"
 #include "host/services/HoldRef.h"
@@ -70,9 +69,9 @@ OsRestart* makeRestart(HostSettings const& settings,
 Services::Services(HostSettings const& settings, std::optional<TomlFile> mainFile,
                    std::shared_ptr<LogOutput> const& output)
     : fConfigManager(holdRef(new ConfigManager({settings.configDir, std::move(mainFile)},
-                                               output->logger("vesk.config")))) {
-  const auto utilities = makeUtilities(settings, *output);
-  Runtime::install(utilities);
+                                               output->logger("vesk.config")))),
+      fUtilities(makeUtilities(settings, *output)) {
+  Runtime::install(fUtilities);
   Runtime::provide(ID_ILOGGER, [output](IBase*& instance) {
     instance = new Logger(output);
     return PResult::ok;
@@ -80,7 +79,7 @@ Services::Services(HostSettings const& settings, std::optional<TomlFile> mainFil
   Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
   Runtime::provide(ID_IEVENTDISPATCHER, new EventDispatcher(output->logger("vesk.events")));
   Runtime::provide(ID_IEXTCOUNTERS, new ExtCounters);
-  Runtime::provide(ID_IOSRESTART, makeRestart(settings, utilities, output->logger("vesk.restart")));
+  Runtime::provide(ID_IOSRESTART, makeRestart(settings, fUtilities, output->logger("vesk.restart")));
 }
 
 Services::~Services() { Runtime::reset(); }

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "host/daemon/HostSettings.h"
+#include "host/process/ProcessUtilities.h"
 #include "host/services/ConfigManager.h"
 #include "host/services/LogOutput.h"
 
@@ -22,7 +23,9 @@ class Services {
   Services& operator=(Services const&) = delete;
 
   ConfigManager const& configuration() const { return *fConfigManager; }
+  ProcessUtilities const& utilities() const { return *fUtilities; }
 
  private:
   std::shared_ptr<ConfigManager> fConfigManager;
+  std::shared_ptr<ProcessUtilities> fUtilities;
 };

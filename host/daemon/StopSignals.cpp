@@ -1,5 +1,6 @@
 #include "host/daemon/StopSignals.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -24,11 +25,25 @@ StopSignals::StopSignals() {
   std::signal(SIGCHLD, SIG_DFL);
 }
 
-int StopSignals::wait() {
-  int number = 0;
-  do {
-    number = ::sigwaitinfo(&fSignals, nullptr);
-  } while (number < 0 && errno == EINTR);
+/// @param atMost zero for as long as it takes.
+/// @return the signal's number, or below zero when none has come.
+int StopSignals::next(std::chrono::microseconds atMost) const {
+  if (atMost.count() == 0) return ::sigwaitinfo(&fSignals, nullptr);
+  // What fits into the seconds of any machine.
+  atMost = std::min<std::chrono::microseconds>(atMost, std::chrono::hours(24));
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(atMost);
+  const std::chrono::nanoseconds rest = atMost - seconds;
+  timespec timeout{};
+  timeout.tv_sec = static_cast<decltype(timeout.tv_sec)>(seconds.count());
+  timeout.tv_nsec = static_cast<decltype(timeout.tv_nsec)>(rest.count());
+  return ::sigtimedwait(&fSignals, nullptr, &timeout);
+}
+
+int StopSignals::wait(std::chrono::microseconds interval, std::function<void()> const& idle) {
+  int number = -1;
+  while ((number = next(interval)) < 0) {
+    if (errno == EAGAIN) idle();
+  }
   // What came together with the first one is the same request.
   const timespec now{};
   while (::sigtimedwait(&fSignals, nullptr, &now) > 0) {

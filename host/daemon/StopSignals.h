@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <csignal>
+#include <functional>
 
 /// The signals that ask this process to stop: SIGTERM, SIGINT, and SIGHUP unless
 /// whoever started the process has it ignored (nohup).
@@ -15,9 +17,13 @@ class StopSignals {
 
   /// Waits for a stop signal. From its return on a further SIGINT ends the
   /// process at once; the others stay blocked, as they often come in pairs.
+  /// @param idle called each time that none has come for `interval`; never if
+  ///        that is zero.
   /// @return the signal's number.
-  int wait();
+  int wait(std::chrono::microseconds interval, std::function<void()> const& idle);
 
  private:
+  int next(std::chrono::microseconds atMost) const;
+
   sigset_t fSignals{};
 };

@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "host/daemon/Setup.h"
 #include "host/daemon/StandardStreams.h"
@@ -8,45 +9,51 @@
 
 namespace {
 
-int fail(Failure const& failure) {
+/// @param begin of each line.
+int fail(Failure const& failure, std::string const& begin) {
   for (std::string const& line : failure.lines) {
-    std::fputs(("veskd: " + printable(line) + '\n').c_str(), stderr);
+    std::fputs((begin + "veskd: " + printable(line) + '\n').c_str(), stderr);
   }
   return static_cast<int>(failure.code);
 }
 
-int answer(Answer const& answer) {
+int answer(Answer const& answer, std::string const& begin) {
   std::fputs(answer.text.c_str(), stdout);
   if (std::fflush(stdout) == 0) return static_cast<int>(ExitCode::stopped);
-  return fail({ExitCode::noOutput, {"cannot write to standard output"}});
+  return fail({ExitCode::noOutput, {"cannot write to standard output"}}, begin);
 }
 
-int run(Options const& options) {
+int run(Options const& options, ServiceManager manager, std::string const& begin) {
   auto setup = readSetup(options);
-  if (auto const* failure = std::get_if<Failure>(&setup)) return fail(*failure);
+  if (auto const* failure = std::get_if<Failure>(&setup)) return fail(*failure, begin);
   auto& ready = std::get<DaemonSetup>(setup);
+  ready.settings.log.isJournalOnStderr = manager.isJournalOnStderr;
+  ready.serviceManager = std::move(manager);
 
   const auto outputs = openOutputs(ready.settings);
-  if (auto const* failure = std::get_if<Failure>(&outputs)) return fail(*failure);
+  if (auto const* failure = std::get_if<Failure>(&outputs)) return fail(*failure, begin);
 
   StopSignals signals;
   const std::string logFile = ready.settings.log.file;
   const ExitCode code =
       runDaemon(std::move(ready), std::get<std::shared_ptr<LogOutput>>(outputs), signals);
   if (code == ExitCode::stopped || logFile.empty()) return static_cast<int>(code);
-  return fail({code, {"ended by a failure, see " + logFile}});
+  return fail({code, {"ended by a failure, see " + logFile}}, begin);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   openMissingStreams();
+  std::string begin;
   try {
+    ServiceManager manager = takeServiceManager();
+    if (manager.isJournalOnStderr) begin = journalPriority(spdlog::level::err);
     auto options = parseOptions(argc, argv);
-    if (auto const* text = std::get_if<Answer>(&options)) return answer(*text);
-    if (auto const* failure = std::get_if<Failure>(&options)) return fail(*failure);
-    return run(std::get<Options>(options));
+    if (auto const* text = std::get_if<Answer>(&options)) return answer(*text, begin);
+    if (auto const* failure = std::get_if<Failure>(&options)) return fail(*failure, begin);
+    return run(std::get<Options>(options), std::move(manager), begin);
   } catch (std::exception const& error) {
-    return fail({ExitCode::systemFailed, {error.what()}});
+    return fail({ExitCode::systemFailed, {error.what()}}, begin);
   }
 }

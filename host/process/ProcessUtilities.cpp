@@ -36,6 +36,7 @@ ProcessUtilities::ProcessUtilities(ProcessSettings settings, std::shared_ptr<spd
 
 int ProcessUtilities::find(std::string const& name, std::vector<unsigned int>& pids,
                            std::vector<unsigned int>& parentPids) {
+  fFinds.fetch_add(1, std::memory_order_relaxed);
   const std::lock_guard lock(fMutex);
   fKilledSinceFind.clear();
   return fFinder.find(name, pids, parentPids);

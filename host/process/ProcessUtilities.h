@@ -2,6 +2,7 @@
 
 #include <spdlog/logger.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -53,6 +54,10 @@ class ProcessUtilities : public IProcessUtilities {
   /// @return 0 when it is running, or as `start`.
   int run(std::string const& commandLine, unsigned int& pid);
 
+  /// How often `find` was called, modulo the type: a sign of life of whoever looks
+  /// at every pass.
+  unsigned int finds() const { return fFinds.load(std::memory_order_relaxed); }
+
  private:
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
   int hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat);
@@ -64,6 +69,7 @@ class ProcessUtilities : public IProcessUtilities {
   std::shared_ptr<spdlog::logger> fLog;
   ProcessWorld fWorld;
   ProcessTree fTree;
+  std::atomic<unsigned int> fFinds{0};
   std::mutex fMutex;  ///< guards what follows, up to the reaper
   DescriptorBudget fNameBudget;
   DescriptorBudget fStatBudget;

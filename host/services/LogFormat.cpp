@@ -54,7 +54,33 @@ class PrintableFlag : public spdlog::custom_flag_formatter {
   }
 };
 
+class PriorityFlag : public spdlog::custom_flag_formatter {
+ public:
+  void format(spdlog::details::log_msg const& message, std::tm const& /*time*/,
+              spdlog::memory_buf_t& out) override {
+    out.append(journalPriority(message.level));
+  }
+
+  std::unique_ptr<custom_flag_formatter> clone() const override {
+    return std::make_unique<PriorityFlag>();
+  }
+};
+
 }  // namespace
+
+std::string_view journalPriority(spdlog::level::level_enum level) {
+  switch (level) {
+    case spdlog::level::critical:
+    case spdlog::level::err:
+      return "<3>";
+    case spdlog::level::warn:
+      return "<4>";
+    case spdlog::level::info:
+      return "<6>";
+    default:
+      return "<7>";
+  }
+}
 
 std::string printable(std::string_view text) {
   std::string out;
@@ -70,12 +96,13 @@ std::string printable(std::string_view text) {
   return out;
 }
 
-std::unique_ptr<spdlog::formatter> makeLogFormat() {
+std::unique_ptr<spdlog::formatter> makeLogFormat(LogLayout layout) {
   using Name = PrintableFlag<&spdlog::details::log_msg::logger_name>;
   using Message = PrintableFlag<&spdlog::details::log_msg::payload>;
   auto format = std::make_unique<spdlog::pattern_formatter>();
   // Flags of no meaning to the library itself.
-  format->add_flag<Name>('N').add_flag<Message>('*');
-  format->set_pattern("%Y-%m-%dT%H:%M:%S.%e%z %l %N: %*");
+  format->add_flag<Name>('N').add_flag<Message>('*').add_flag<PriorityFlag>('J');
+  format->set_pattern(layout == LogLayout::journal ? "%J%l %N: %*"
+                                                   : "%Y-%m-%dT%H:%M:%S.%e%z %l %N: %*");
   return format;
 }

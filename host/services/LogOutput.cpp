@@ -12,8 +12,9 @@
 
 std::shared_ptr<LogOutput> LogOutput::open(LogSettings const& settings, std::string& cause) {
   if (settings.file.empty()) {
-    return std::make_shared<LogOutput>(std::make_shared<spdlog::sinks::stderr_sink_mt>(),
-                                       settings.level);
+    return std::make_shared<LogOutput>(
+        std::make_shared<spdlog::sinks::stderr_sink_mt>(), settings.level,
+        settings.isJournalOnStderr ? LogLayout::journal : LogLayout::timed);
   }
   // Tried first: the library would make missing folders, and keep the cause to
   // itself.
@@ -30,11 +31,11 @@ std::shared_ptr<LogOutput> LogOutput::open(LogSettings const& settings, std::str
   }
 }
 
-LogOutput::LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level)
+LogOutput::LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level, LogLayout layout)
     : fSink(std::move(sink)),
       fLevel(level),
       fFailureReported(std::make_shared<std::atomic<bool>>(false)) {
-  fSink->set_formatter(makeLogFormat());
+  fSink->set_formatter(makeLogFormat(layout));
 }
 
 std::shared_ptr<spdlog::logger> LogOutput::logger(std::string name) const {

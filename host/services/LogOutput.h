@@ -6,12 +6,17 @@
 #include <memory>
 #include <string>
 
+#include "host/services/LogFormat.h"
+
 /// Where the log goes and how much of it.
 struct LogSettings {
   spdlog::level::level_enum level = spdlog::level::info;
 
   /// File to append to; empty for standard error.
   std::string file;
+
+  /// Standard error is read by the journal, which has times of its own.
+  bool isJournalOnStderr = false;
 };
 
 /// The one place that all loggers of this process write to. Any thread may use
@@ -26,7 +31,8 @@ class LogOutput {
   static std::shared_ptr<LogOutput> open(LogSettings const& settings, std::string& cause);
 
   /// Writes to `sink`, whose line layout it sets.
-  LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level);
+  LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level,
+            LogLayout layout = LogLayout::timed);
 
   /// A logger of the caller's own, under a log name of its own choice.
   std::shared_ptr<spdlog::logger> logger(std::string name) const;

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -10,10 +13,14 @@
 #include <iterator>
 #include <memory>
 
+#include "host/daemon/ServiceManager.h"
+#include "host/process/UniqueFd.h"
 #include "tests/host/process/TemporaryFolder.h"
 
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::StartsWith;
 
 namespace {
 
@@ -80,6 +87,42 @@ class ChildProcess {
   std::ifstream fOutput;
   int fStatus = 0;
   std::string fText;
+};
+
+/// What hears a daemon as a service manager does, a message at a time.
+class Listener {
+ public:
+  /// @param name of the socket: a path, or '@' and an abstract name.
+  explicit Listener(std::string const& name) : fName(name) {
+    sockaddr_un address{AF_UNIX, {}};
+    name.copy(address.sun_path, sizeof address.sun_path - 1);
+    if (name[0] == '@') address.sun_path[0] = '\0';
+    const auto size = offsetof(sockaddr_un, sun_path) + name.size();
+    EXPECT_EQ(::bind(fSocket.get(), reinterpret_cast<sockaddr*>(&address), socklen_t(size)), 0);
+    const timeval patience{30, 0};
+    ::setsockopt(fSocket.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+  }
+  std::string next(int flags = 0) const {
+    char text[500];
+    const auto length = ::recv(fSocket.get(), text, sizeof text, flags);
+    return {text, length > 0 ? std::size_t(length) : 0};
+  }
+
+  /// What has come until now.
+  std::vector<std::string> heard() const {
+    std::vector<std::string> all;
+    for (std::string text; !(text = next(MSG_DONTWAIT)).empty();) all.push_back(text);
+    return all;
+  }
+
+  /// Words that run a daemon with this service manager and a watchdog of `interval`.
+  std::vector<std::string> words(std::string const& interval) const {
+    return {"env", "NOTIFY_SOCKET=" + fName, "WATCHDOG_USEC=" + interval};
+  }
+
+ private:
+  const std::string fName;
+  const UniqueFd fSocket{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
 };
 
 class Veskd : public testing::Test {
@@ -208,6 +251,76 @@ TEST_F(Veskd, ASecondInterruptDoesNotWaitForAStubbornProgram) {
   veskd->awaitLine("stopping: SIGTERM");
   veskd->signal(SIGINT);
   EXPECT_EQ(veskd->awaitEnd(), -SIGINT);
+}
+
+TEST_F(Veskd, GivesNoSignOfLifeWhileTheWorkerIsHeld) {
+  const Listener manager("@" + fName);
+  auto veskd = run(kHost + "kill_grace_ms = 600000\nprogram_environment = ['NOTIFY_SOCKET']\n" +
+                       kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
+                       "inst_enabled = true\ninst_limit = 3\naction = 'restart'\n",
+                   manager.words("4000000"));
+  EXPECT_THAT(manager.next(), MatchesRegex("READY=1\nSTATUS=running, .*, plug-ins: 1"));
+  for (int fed = 0; fed < 3;) {
+    const std::string message = manager.next();
+    ASSERT_NE(message, "");
+    if (message.starts_with("WATCHDOG=1")) ++fed;
+  }
+  const ChildProcess second({path(fName), "stubborn"});
+  const ChildProcess third({path(fName), "stubborn"});
+  EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
+  manager.heard();
+  // One at most for the look that found them.
+  std::string message = manager.next();
+  if (message.starts_with("WATCHDOG=1")) message = manager.next();
+  EXPECT_THAT(message, StartsWith("STATUS=no process was looked for in 3.0 s; at 4.0 s "));
+  veskd->signal(SIGTERM);
+  EXPECT_EQ(manager.next(), "STOPPING=1\nSTATUS=stopping: SIGTERM");
+  veskd->signal(SIGINT);
+}
+
+TEST_F(Veskd, LivesForTheServiceManagerWhileThereIsNothingToLookFor) {
+  const Listener manager(path("socket"));
+  ChildProcess failing([&] {
+    auto words = manager.words("1000");
+    words.insert(words.end(), {VESKD, "--plugin", WATCHDOG});
+    return words;
+  }());
+  EXPECT_EQ(failing.awaitEnd(), 69);
+  EXPECT_THAT(manager.heard(), IsEmpty());
+  auto veskd = run(kHost + kGlobals, manager.words("40000"));
+  EXPECT_THAT(manager.next(), StartsWith("READY=1\n"));
+  for (int i = 0; i < 10; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
+  veskd->signal(SIGTERM);
+  EXPECT_EQ(veskd->awaitEnd(), 0);
+  EXPECT_THAT(manager.heard().back(), StartsWith("STOPPING=1\n"));
+}
+
+TEST(ServiceManager, IsTakenFromTheEnvironmentIfItMeansThisProcess) {
+  struct stat own {};
+  ::fstat(STDERR_FILENO, &own);
+  const std::string journal = std::to_string(own.st_dev) + ":" + std::to_string(own.st_ino);
+  const std::string pid = std::to_string(::getpid());
+  struct Case {
+    std::string interval, pid, journal;
+    int microseconds;
+    bool isJournal;
+  };
+  for (Case const& each :
+       {Case{"7", pid, journal, 7, true}, Case{"7", "", journal + "1", 7, false},
+        Case{"7", "1", "", 0, false}, Case{"7", pid + "x", ":", 0, false},
+        Case{"-7", pid, "1:", 0, false}, Case{"18446744073709551615", pid, "x", 0, false}}) {
+    ::setenv("NOTIFY_SOCKET", "/s", 1);
+    ::setenv("WATCHDOG_USEC", each.interval.c_str(), 1);
+    if (!each.pid.empty()) ::setenv("WATCHDOG_PID", each.pid.c_str(), 1);
+    ::setenv("JOURNAL_STREAM", each.journal.c_str(), 1);
+    const ServiceManager manager = takeServiceManager();
+    EXPECT_EQ(manager.notifySocket, "/s");
+    EXPECT_EQ(manager.watchdogInterval.count(), each.microseconds) << each.interval << each.pid;
+    EXPECT_EQ(manager.isJournalOnStderr, each.isJournal) << each.journal;
+    for (const char* name : {"NOTIFY_SOCKET", "WATCHDOG_USEC", "WATCHDOG_PID", "JOURNAL_STREAM"}) {
+      EXPECT_EQ(std::getenv(name), nullptr) << name;
+    }
+  }
 }
 
 }  // namespace

@@ -24,6 +24,18 @@ TEST(Log, LineHoldsTimeWithZoneThenLevelNameAndMessage) {
                                     "\\.[0-9]{3}-03:30 error na\\\\nme: a\\\\nb\n"));
 }
 
+TEST(Log, LineForTheJournalHoldsThePriorityInPlaceOfTheTime) {
+  const auto stream = std::make_shared<std::ostringstream>();
+  const LogOutput output(std::make_shared<spdlog::sinks::ostream_sink_mt>(*stream),
+                         spdlog::level::debug, LogLayout::journal);
+  const auto log = output.logger("x");
+  log->error("e\n");
+  log->warn("w");
+  log->info("i");
+  log->debug("d");
+  EXPECT_EQ(stream->str(), "<3>error x: e\\n\n<4>warning x: w\n<6>info x: i\n<7>debug x: d\n");
+}
+
 TEST(Log, NothingInATextBreaksTheLineOrReachesTheTerminal) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"tab\tstays \xc3\xa9 \xe2\x82\xac", "tab\tstays \xc3\xa9 \xe2\x82\xac"},
