@@ -17,6 +17,7 @@
 #include "host/process/UniqueFd.h"
 #include "tests/host/process/TemporaryFolder.h"
 
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -287,12 +288,17 @@ TEST_F(Veskd, LivesForTheServiceManagerWhileThereIsNothingToLookFor) {
   }());
   EXPECT_EQ(failing.awaitEnd(), 69);
   EXPECT_THAT(manager.heard(), IsEmpty());
-  auto veskd = run(kHost + kGlobals, manager.words("40000"));
+  std::string shipped = contentOf(SHIPPED_CONFIGURATION);
+  const std::string library = "/usr/lib/vesk/libveskp.watchdog.process.so";
+  ASSERT_NE(shipped.find(library), std::string::npos);
+  auto veskd =
+      run(shipped.replace(shipped.find(library), library.size(), WATCHDOG), manager.words("40000"));
   EXPECT_THAT(manager.next(), StartsWith("READY=1\n"));
   for (int i = 0; i < 10; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
   veskd->signal(SIGTERM);
   EXPECT_EQ(veskd->awaitEnd(), 0);
   EXPECT_THAT(manager.heard().back(), StartsWith("STOPPING=1\n"));
+  EXPECT_THAT(veskd->text(), Not(AnyOf(HasSubstr("warning"), HasSubstr("error"))));
 }
 
 TEST(ServiceManager, IsTakenFromTheEnvironmentIfItMeansThisProcess) {
