@@ -46,7 +46,6 @@ void ServiceNotifier::connect(std::string const& socket) {
   // The null belongs to a path, but not to an abstract name.
   const std::size_t size = offsetof(sockaddr_un, sun_path) + socket.size() + (isAbstract ? 0 : 1);
   UniqueFd descriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-cstyle-cast)
   auto const* generic = reinterpret_cast<sockaddr const*>(&address);
   if (!descriptor ||
       ::setsockopt(descriptor.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestSend, sizeof kLongestSend) !=

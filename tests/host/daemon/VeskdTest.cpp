@@ -306,26 +306,22 @@ TEST(ServiceManager, IsTakenFromTheEnvironmentIfItMeansThisProcess) {
   ::fstat(STDERR_FILENO, &own);
   const std::string journal = std::to_string(own.st_dev) + ":" + std::to_string(own.st_ino);
   const std::string pid = std::to_string(::getpid());
+  const char* const names[] = {"NOTIFY_SOCKET", "WATCHDOG_USEC", "WATCHDOG_PID", "JOURNAL_STREAM"};
   struct Case {
-    std::string interval, pid, journal;
+    std::string values[4];
     int microseconds;
     bool isJournal;
   };
   for (Case const& each :
-       {Case{"7", pid, journal, 7, true}, Case{"7", "", journal + "1", 7, false},
-        Case{"7", "1", "", 0, false}, Case{"7", pid + "x", ":", 0, false},
-        Case{"-7", pid, "1:", 0, false}, Case{"18446744073709551615", pid, "x", 0, false}}) {
-    ::setenv("NOTIFY_SOCKET", "/s", 1);
-    ::setenv("WATCHDOG_USEC", each.interval.c_str(), 1);
-    if (!each.pid.empty()) ::setenv("WATCHDOG_PID", each.pid.c_str(), 1);
-    ::setenv("JOURNAL_STREAM", each.journal.c_str(), 1);
+       {Case{{"/s", "7", pid, journal}, 7, true}, Case{{"/s", "7", "", journal + "1"}, 7, false},
+        Case{{"/s", "7", "1", ""}, 0, false}, Case{{"/s", "7", pid + "x", ":"}, 0, false},
+        Case{{"/s", "-7", pid, "1:"}, 0, false}}) {
+    for (int i = 0; i < 4; ++i) ::setenv(names[i], each.values[i].c_str(), 1);
     const ServiceManager manager = takeServiceManager();
     EXPECT_EQ(manager.notifySocket, "/s");
-    EXPECT_EQ(manager.watchdogInterval.count(), each.microseconds) << each.interval << each.pid;
-    EXPECT_EQ(manager.isJournalOnStderr, each.isJournal) << each.journal;
-    for (const char* name : {"NOTIFY_SOCKET", "WATCHDOG_USEC", "WATCHDOG_PID", "JOURNAL_STREAM"}) {
-      EXPECT_EQ(std::getenv(name), nullptr) << name;
-    }
+    EXPECT_EQ(manager.watchdogInterval.count(), each.microseconds) << each.values[2];
+    EXPECT_EQ(manager.isJournalOnStderr, each.isJournal) << each.values[3];
+    for (const char* name : names) EXPECT_EQ(std::getenv(name), nullptr) << name;
   }
 }
 
