@@ -13,7 +13,7 @@ namespace {
 
 std::string take(const char* name) {
   const char* value = std::getenv(name);
-  const std::string taken = value != nullptr ? value : "";
+  std::string taken = value != nullptr ? value : "";
   ::unsetenv(name);
   return taken;
 }
