@@ -6,6 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 packages=(
   g++ cmake ninja-build
   libtomlplusplus-dev libspdlog-dev libfmt-dev libcli11-dev libutfcpp-dev
+  nlohmann-json3-dev
   libgtest-dev libgmock-dev
 )
 lint_packages=(clang-tidy clang-format)

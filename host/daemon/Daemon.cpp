@@ -23,6 +23,13 @@ const char* nameOf(int signal) {
   }
 }
 
+void logFindings(Findings const& findings, spdlog::logger& log) {
+  for (Finding const& finding : findings) {
+    if (finding.reporter != Reporter::check) continue;
+    log.warn("{}{}", atPosition(finding.file, finding.position), finding.what);
+  }
+}
+
 /// Runs the opened plug-ins. @return false when one of them cannot be started.
 bool runPlugins(PluginLoader& plugins, Services const& services, spdlog::logger& log,
                 StopSignals& signals, ServiceNotifier& notifier) {
@@ -55,9 +62,13 @@ ExitCode runDaemon(DaemonSetup setup, std::shared_ptr<LogOutput> const& output,
   if (!plugins.open(setup.settings.plugins)) return ExitCode::pluginFailed;
 
   ServiceNotifier notifier(setup.serviceManager, log);
+  logFindings(setup.findings, *output->logger("vesk.check"));
   bool started = false;
   {
-    const Services services(setup.settings, std::move(setup.mainFile), output);
+    const Services services(
+        setup.settings,
+        {setup.settings.configDir, std::move(setup.mainFile), reportedKeys(setup.findings)},
+        output);
     started = runPlugins(plugins, services, *log, signals, notifier);
   }
   if (!started) return ExitCode::pluginFailed;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 
+#include "host/check/Finding.h"
 #include "host/daemon/ExitCode.h"
 #include "host/daemon/HostSettings.h"
 #include "host/daemon/ServiceManager.h"
@@ -14,6 +15,7 @@ struct DaemonSetup {
   HostSettings settings;
   std::optional<TomlFile> mainFile;  ///< without the host's own table
   ServiceManager serviceManager;
+  Findings findings{};  ///< what is wrong with the watchdog's configuration
 };
 
 /// Runs the plug-ins until a stop signal arrives, then ends them, the services

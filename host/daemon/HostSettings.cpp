@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "host/check/NearestName.h"
 #include "host/process/CommandLine.h"
 #include "host/process/ProgramLimits.h"
 #include "host/services/LogLevels.h"
@@ -184,13 +185,18 @@ std::string describeContent(ConfigValue const& value) {
   return textOf(value) != nullptr ? fmt::format("\"{}\"", *text) : "a string with a null in it";
 }
 
-using Complaint = std::pair<FilePosition, std::string>;
+std::vector<std::string_view> keyNames() {
+  std::vector<std::string_view> names;
+  names.reserve(kRows.size());
+  for (Row const& row : kRows) names.emplace_back(row.key);
+  return names;
+}
 
 void readEntry(std::string const& key, ConfigEntry const& entry, Target& target,
-               std::vector<Complaint>& complaints) {
+               std::vector<SettingsComplaint>& complaints) {
   if (key == kHostTable) {
-    complaints.emplace_back(entry.keyPosition, fmt::format("`{}' is {}, but a table is expected",
-                                                           key, describe(entry.value)));
+    complaints.push_back({entry.keyPosition, fmt::format("`{}' is {}, but a table is expected", key,
+                                                         describe(entry.value))});
     return;
   }
   const std::string_view name =
@@ -198,28 +204,33 @@ void readEntry(std::string const& key, ConfigEntry const& entry, Target& target,
   const auto* row = std::find_if(kRows.begin(), kRows.end(),
                                  [name](Row const& candidate) { return name == candidate.key; });
   if (row == kRows.end()) {
-    complaints.emplace_back(entry.keyPosition, fmt::format("unknown key `{}'", key));
+    complaints.push_back({entry.keyPosition, fmt::format("unknown key `{}'{}", key,
+                                                         didYouMean(name, keyNames(), ""))});
     return;
   }
   ConfigValue const* wrong = row->store(entry.value, target);
   if (wrong == nullptr) return;
-  complaints.emplace_back(wrong->position, fmt::format("`{}' {} {}, but {} is expected", key,
-                                                       wrong == &entry.value ? "is" : "contains",
-                                                       describeContent(*wrong), row->expected));
+  complaints.push_back({wrong->position, fmt::format("`{}' {} {}, but {} is expected", key,
+                                                     wrong == &entry.value ? "is" : "contains",
+                                                     describeContent(*wrong), row->expected)});
 }
 
 }  // namespace
 
+HostReading judgeHostSettings(std::string const& path, ConfigEntries const& entries) {
+  Target target{{}, std::filesystem::absolute(path).parent_path()};
+  std::vector<SettingsComplaint> complaints;
+  for (auto const& [key, entry] : entries) readEntry(key, entry, target, complaints);
+  std::sort(complaints.begin(), complaints.end());
+  return {std::move(target.settings), std::move(complaints)};
+}
+
 std::variant<HostSettings, Failure> readHostSettings(std::string const& path,
                                                      ConfigEntries const& entries) {
-  Target target{{}, std::filesystem::absolute(path).parent_path()};
-  std::vector<Complaint> complaints;
-  for (auto const& [key, entry] : entries) readEntry(key, entry, target, complaints);
-  if (complaints.empty()) return std::move(target.settings);
-
-  std::sort(complaints.begin(), complaints.end());
+  HostReading reading = judgeHostSettings(path, entries);
+  if (reading.complaints.empty()) return std::move(reading.settings);
   Failure failure{ExitCode::badConfiguration, {}};
-  for (auto const& [position, text] : complaints) {
+  for (auto const& [position, text] : reading.complaints) {
     failure.lines.push_back(atPosition(path, position) + text);
   }
   return failure;

@@ -34,9 +34,25 @@ struct HostSettings {
   std::string stateDir;  ///< where restarts are remembered; empty: nowhere
 };
 
+/// What is wrong with the host's table, and where.
+struct SettingsComplaint {
+  FilePosition position;
+  std::string text;
+
+  auto operator<=>(SettingsComplaint const&) const = default;  // NOLINT(modernize-use-nullptr)
+};
+
+/// The settings, as far as nothing is wrong with them, and what is.
+struct HostReading {
+  HostSettings settings;
+  std::vector<SettingsComplaint> complaints;  ///< in the order of the file
+};
+
 /// Reads the settings out of the entries of the host's table. Nothing is guessed:
-/// an unknown key, another type or a value out of range is a line of the failure,
-/// all of them at once and in the order of the file.
+/// an unknown key, another type or a value out of range is a complaint.
 /// @param path of the file that the entries are from.
+HostReading judgeHostSettings(std::string const& path, ConfigEntries const& entries);
+
+/// The same for whoever takes all or nothing: each complaint is a line of the failure.
 std::variant<HostSettings, Failure> readHostSettings(std::string const& path,
                                                      ConfigEntries const& entries);

@@ -36,9 +36,9 @@ std::variant<Options, Answer, Failure> parseOptions(int argc, const char* const*
   Options options;
   std::string level;
   CLI::App app(kPurpose, "veskd");
-  app.add_option("-c,--config", options.configFile, "Configuration file (TOML)")
-      ->type_name("FILE")
-      ->check(refuseEmpty);
+  auto* config = app.add_option("-c,--config", options.configFile, "Configuration file (TOML)")
+                     ->type_name("FILE")
+                     ->check(refuseEmpty);
   app.add_option("--plugin", options.plugins,
                  "Plug-in library to run beside those of the file; may be repeated")
       ->type_name("PATH")
@@ -47,6 +47,10 @@ std::variant<Options, Answer, Failure> parseOptions(int argc, const char* const*
   app.add_option("--log-level", level, "Least level to log, in place of the file's")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(levelNames()));
+  auto* check = app.add_flag("--check", options.check,
+                             "Say what is wrong with the configuration file, and run nothing")
+                    ->needs(config);
+  app.add_flag("--json", options.json, "Print what --check finds as JSON")->needs(check);
   app.set_version_flag("--version", "veskd " VESK_VERSION, "Print the version and exit");
   app.footer(exitCodes());
   try {

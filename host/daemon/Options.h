@@ -14,11 +14,14 @@ struct Options {
   std::string configFile;  ///< empty when none is given
   std::vector<std::string> plugins;
   std::optional<spdlog::level::level_enum> logLevel;
+  bool check = false;  ///< check the configuration file and run nothing
+  bool json = false;   ///< print what the check finds as JSON
 };
 
-/// `--help` or `--version`: what to print before a successful end.
+/// `--help`, `--version` or `--check`: what to print before the end.
 struct Answer {
   std::string text;
+  ExitCode code = ExitCode::stopped;
 };
 
 std::variant<Options, Answer, Failure> parseOptions(int argc, const char* const* argv);

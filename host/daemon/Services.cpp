@@ -66,10 +66,10 @@ OsRestart* makeRestart(HostSettings const& settings,
 
 }  // namespace
 
-Services::Services(HostSettings const& settings, std::optional<TomlFile> mainFile,
+Services::Services(HostSettings const& settings, ConfigSources sources,
                    std::shared_ptr<LogOutput> const& output)
-    : fConfigManager(holdRef(new ConfigManager({settings.configDir, std::move(mainFile)},
-                                               output->logger("vesk.config")))),
+    : fConfigManager(
+          holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")))),
       fUtilities(makeUtilities(settings, *output)) {
   Runtime::install(fUtilities);
   Runtime::provide(ID_ILOGGER, [output](IBase*& instance) {

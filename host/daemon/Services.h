@@ -12,8 +12,7 @@
 /// `PProcess`. Outlives the plug-ins.
 class Services {
  public:
-  /// @param mainFile what `ConfigSources` says.
-  Services(HostSettings const& settings, std::optional<TomlFile> mainFile,
+  Services(HostSettings const& settings, ConfigSources sources,
            std::shared_ptr<LogOutput> const& output);
 
   /// Withdraws the services, then the process utilities, which first finish the

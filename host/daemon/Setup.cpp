@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/daemon/CheckCommand.h"
 #include "host/services/AppendableFile.h"
 
 namespace {
@@ -45,6 +46,7 @@ std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
   }
   if (options.logLevel) setup.settings.log.level = *options.logLevel;
   if (setup.settings.plugins.empty()) return noPlugin(options.configFile);
+  if (setup.mainFile) setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
   return setup;
 }
 

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "host/daemon/CheckCommand.h"
 #include "host/daemon/Setup.h"
 #include "host/daemon/StandardStreams.h"
 #include "host/services/LogFormat.h"
@@ -19,8 +20,14 @@ int fail(Failure const& failure, std::string const& begin) {
 
 int answer(Answer const& answer, std::string const& begin) {
   std::fputs(answer.text.c_str(), stdout);
-  if (std::fflush(stdout) == 0) return static_cast<int>(ExitCode::stopped);
+  if (std::fflush(stdout) == 0) return static_cast<int>(answer.code);
   return fail({ExitCode::noOutput, {"cannot write to standard output"}}, begin);
+}
+
+int check(Options const& options, std::string const& begin) {
+  const auto result = checkFile(options);
+  if (auto const* failure = std::get_if<Failure>(&result)) return fail(*failure, begin);
+  return answer(std::get<Answer>(result), begin);
 }
 
 int run(Options const& options, ServiceManager manager, std::string const& begin) {
@@ -52,7 +59,8 @@ int main(int argc, char** argv) {
     auto options = parseOptions(argc, argv);
     if (auto const* text = std::get_if<Answer>(&options)) return answer(*text, begin);
     if (auto const* failure = std::get_if<Failure>(&options)) return fail(*failure, begin);
-    return run(std::get<Options>(options), std::move(manager), begin);
+    auto const& given = std::get<Options>(options);
+    return given.check ? check(given, begin) : run(given, std::move(manager), begin);
   } catch (std::exception const& error) {
     return fail({ExitCode::systemFailed, {error.what()}}, begin);
   }

@@ -2,15 +2,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <string_view>
 
+#include "host/process/ExecutableLookup.h"
 #include "host/process/ISpawner.h"
 #include "host/process/ProgramLimits.h"
 #include "host/process/ProgramStart.h"
@@ -27,25 +24,6 @@ UniqueFd moveUp(UniqueFd fd) {
 UniqueFd openUp(const char* path, int flags) {
   constexpr mode_t kMode = 0640;
   return moveUp(UniqueFd(::open(path, flags | O_CLOEXEC, kMode)));
-}
-
-/// Where a bare name is found in PATH; the name itself where it is nowhere, for
-/// the kernel to say so.
-std::string resolve(std::string const& executable) {
-  if (executable.find('/') != std::string::npos) return executable;
-  const char* path = std::getenv("PATH");
-  std::string_view rest = path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin";
-  while (!rest.empty()) {
-    const auto length = std::min(rest.find(':'), rest.size());
-    std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
-    std::error_code ignored;
-    if (length > 0 && std::filesystem::is_regular_file(candidate, ignored) &&
-        ::access(candidate.c_str(), X_OK) == 0) {
-      return candidate;
-    }
-    rest.remove_prefix(std::min(length + 1, rest.size()));
-  }
-  return executable;
 }
 
 /// The texts as `execve` takes them, which changes none.
@@ -114,7 +92,7 @@ class ForkSpawner : public ISpawner {
     UniqueFd writeEnd = moveUp(UniqueFd(ends[1]));
     if (!writeEnd) return failure(errno, "no descriptor to start it with");
 
-    const std::string path = resolve(request.executable);
+    const std::string path = resolveExecutable(request.executable);
     std::vector<char*> arguments = pointersTo(request.arguments);
     arguments.insert(arguments.begin(), const_cast<char*>(request.executable.c_str()));
     const std::vector<char*> environment = pointersTo(settings.environment);

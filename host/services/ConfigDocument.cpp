@@ -4,8 +4,17 @@
 #include <utility>
 #include <vector>
 
-ConfigDocument::ConfigDocument(TomlFile file, std::shared_ptr<spdlog::logger> log)
-    : fFile(std::move(file)), fLog(std::move(log)) {}
+ConfigDocument::ConfigDocument(TomlFile file, std::shared_ptr<spdlog::logger> log,
+                               std::set<std::string> const& reported)
+    : fFile(std::move(file)), fLog(std::move(log)), fAsked(reported), fWarned(reported) {
+  for (std::string const& table : reported) {
+    const std::string prefix = table + '.';
+    for (auto at = fFile.entries.lower_bound(prefix);
+         at != fFile.entries.end() && at->first.starts_with(prefix); ++at) {
+      fAsked.insert(at->first);
+    }
+  }
+}
 
 ConfigEntry const* ConfigDocument::ask(std::string const& key) {
   const auto found = fFile.entries.find(key);

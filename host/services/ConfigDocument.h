@@ -14,7 +14,10 @@
 /// thread may use it.
 class ConfigDocument {
  public:
-  ConfigDocument(TomlFile file, std::shared_ptr<spdlog::logger> log);
+  /// @param reported keys, and tables with all that is in them, that are not warned
+  /// about any more.
+  ConfigDocument(TomlFile file, std::shared_ptr<spdlog::logger> log,
+                 std::set<std::string> const& reported = {});
 
   /// What stands under `key`, which now counts as asked for; null for nothing.
   ConfigEntry const* ask(std::string const& key);
@@ -34,7 +37,7 @@ class ConfigDocument {
  private:
   TomlFile fFile;
   std::shared_ptr<spdlog::logger> fLog;
-  mutable std::mutex fMutex;  ///< guards the two that follow
-  std::set<std::string> fAsked;
-  std::set<std::string> fWarned;
+  mutable std::mutex fMutex;      ///< guards the two that follow
+  std::set<std::string> fAsked;   ///< or reported elsewhere
+  std::set<std::string> fWarned;  ///< likewise
 };

@@ -24,10 +24,17 @@ void handOut(PLiteral const& id, std::shared_ptr<ConfigDocument> document,
 }  // namespace
 
 ConfigManager::ConfigManager(ConfigSources sources, std::shared_ptr<spdlog::logger> log)
-    : fDirectory(std::move(sources.directory)), fLog(std::move(log)) {
-  if (sources.mainFile) {
-    fMain = std::make_shared<ConfigDocument>(std::move(*sources.mainFile), fLog);
-  }
+    : fDirectory(std::move(sources.directory)),
+      fReported(std::move(sources.reported)),
+      fLog(std::move(log)) {
+  if (sources.mainFile) fMain = makeDocument(std::move(*sources.mainFile));
+}
+
+std::shared_ptr<ConfigDocument> ConfigManager::makeDocument(TomlFile file) const {
+  static const std::set<std::string> kNone;
+  const auto reported = fReported.find(file.path);
+  return std::make_shared<ConfigDocument>(std::move(file), fLog,
+                                          reported != fReported.end() ? reported->second : kNone);
 }
 
 int ConfigManager::loadByPath(PLiteral const& path, PBaseptr<IConfig>& config) {
@@ -53,7 +60,7 @@ int ConfigManager::openFile(PLiteral const& id, std::string const& path,
     fLog->error("{}", failure->message);
     return failure->code == -ENOENT ? PResult::notFound : failure->code;
   }
-  handOut(id, std::make_shared<ConfigDocument>(std::get<TomlFile>(std::move(read)), fLog), config);
+  handOut(id, makeDocument(std::get<TomlFile>(std::move(read))), config);
   return PResult::ok;
 }
 

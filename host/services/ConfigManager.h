@@ -2,8 +2,10 @@
 
 #include <spdlog/logger.h>
 
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "framework/IConfigManager.h"
@@ -18,6 +20,9 @@ struct ConfigSources {
 
   /// The host's own file, without the host's own table; nothing when there is none.
   std::optional<TomlFile> mainFile;
+
+  /// By file, the keys and tables that were reported before and are not again.
+  std::map<std::string, std::set<std::string>> reported{};
 };
 
 /// Opens TOML files. What is wrong with a file is logged here; clients get a
@@ -36,10 +41,12 @@ class ConfigManager : public RefCounted<IConfigManager> {
  private:
   ~ConfigManager() override = default;
 
+  std::shared_ptr<ConfigDocument> makeDocument(TomlFile file) const;
   int openFile(PLiteral const& id, std::string const& path, PBaseptr<IConfig>& config) const;
   int openMain(PLiteral const& id, PBaseptr<IConfig>& config) const;
 
   std::string fDirectory;
+  std::map<std::string, std::set<std::string>> fReported;
   std::shared_ptr<spdlog::logger> fLog;
   std::shared_ptr<ConfigDocument> fMain;
 };

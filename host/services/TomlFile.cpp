@@ -97,14 +97,16 @@ ConfigEntries TomlFile::takeTable(std::string const& name) {
 std::variant<TomlFile, TomlFailure> readTomlFile(std::string const& path) {
   std::string content;
   if (const int res = readWhole(path, content); res != 0) {
-    return TomlFailure{res, path + ": " + std::generic_category().message(-res)};
+    const std::string cause = std::generic_category().message(-res);
+    return TomlFailure{res, path + ": " + cause, {}, cause};
   }
   try {
     TomlFile file{path, {}};
     collect(toml::parse(content), "", file.entries);
     return file;
   } catch (toml::parse_error const& error) {
-    return TomlFailure{
-        -EINVAL, atPosition(path, positionOf(error.source())) + std::string(error.description())};
+    const FilePosition position = positionOf(error.source());
+    const std::string cause(error.description());
+    return TomlFailure{-EINVAL, atPosition(path, position) + cause, position, cause};
   }
 }

@@ -17,8 +17,10 @@ struct TomlFile {
 
 /// Why there is no such file to work with.
 struct TomlFailure {
-  int code;             ///< a negated errno; -EINVAL when the content is wrong
-  std::string message;  ///< begins with the file, and the place where it is wrong
+  int code;               ///< a negated errno; -EINVAL when the content is wrong
+  std::string message;    ///< begins with the file, and the place where it is wrong
+  FilePosition position;  ///< where the content is wrong
+  std::string cause;      ///< the message without its beginning
 };
 
 /// Reads a whole file. A key with a dot in it stands quoted in the entries, so

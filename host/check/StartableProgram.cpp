@@ -1,0 +1,52 @@
+#include "host/check/StartableProgram.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "host/process/CommandLine.h"
+#include "host/process/ExecutableLookup.h"
+
+namespace {
+
+/// As many bytes of a name as the kernel keeps.
+constexpr std::size_t kKeptLength = 15;
+
+std::string baseName(std::string const& path) { return path.substr(path.find_last_of('/') + 1); }
+
+}  // namespace
+
+StartableProgram::StartableProgram(std::string executable, std::string workingDir)
+    : fExecutable(std::move(executable)),
+      fFile(std::filesystem::path(std::move(workingDir)) / resolveExecutable(fExecutable)) {}
+
+std::string StartableProgram::obstacle() const {
+  std::error_code error;
+  const auto status = std::filesystem::status(fFile, error);
+  const bool isBare = fExecutable.find('/') == std::string::npos;
+  if (isBare && !std::filesystem::exists(status)) return "not found in PATH";
+  if (!std::filesystem::exists(status)) return error.message();
+  if (std::filesystem::is_directory(status)) return std::generic_category().message(EISDIR);
+  if (!std::filesystem::is_regular_file(status)) return "not a program";
+  return ::access(fFile.c_str(), X_OK) == 0 ? "" : std::generic_category().message(errno);
+}
+
+std::string StartableProgram::keptName() const { return baseName(fFile).substr(0, kKeptLength); }
+
+bool StartableProgram::isFoundAs(std::string const& name, std::string const& arguments) const {
+  if (keptName() != name.substr(0, kKeptLength)) return false;
+  if (name.size() <= kKeptLength || baseName(fFile) == name) return true;
+  // A longer name may be that of the file behind a link, or of a first argument.
+  std::error_code ignored;
+  if (std::filesystem::canonical(fFile, ignored).filename() == name) return true;
+  std::vector<std::string> words;
+  splitCommandLine(arguments, words);
+  constexpr std::size_t kWords = 2;
+  words.resize(std::min(words.size(), kWords));
+  return std::ranges::find(words, name, baseName) != words.end();
+}

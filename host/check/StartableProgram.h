@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+/// A program as the host would start it, seen without starting it.
+class StartableProgram {
+ public:
+  /// @param executable a path, or a name to look up in PATH.
+  /// @param workingDir entered before; empty for the host's own.
+  StartableProgram(std::string executable, std::string workingDir);
+
+  /// Why it cannot be executed; empty when nothing speaks against it.
+  std::string obstacle() const;
+
+  /// The name that the kernel keeps of it: a script's is its own, not that of its
+  /// interpreter.
+  std::string keptName() const;
+
+  /// Whether the process, with these arguments, is found under `name`.
+  bool isFoundAs(std::string const& name, std::string const& arguments) const;
+
+ private:
+  std::string fExecutable;
+  std::string fFile;  ///< what is executed
+};

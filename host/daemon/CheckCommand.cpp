@@ -1,0 +1,128 @@
+#include "host/daemon/CheckCommand.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include "host/check/CheckConfiguration.h"
+#include "host/check/WatchdogKeys.h"
+#include "host/services/LogFormat.h"
+
+namespace {
+
+constexpr const char* kWatchdogLibrary = "libveskp.watchdog.process.so";
+
+bool runsWatchdog(HostSettings const& settings) {
+  return std::ranges::any_of(settings.plugins, [](std::filesystem::path const& path) {
+    return path.filename().string().starts_with(kWatchdogLibrary);
+  });
+}
+
+Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
+  return {path, failure.position, Severity::error, failure.cause, "", Reporter::others};
+}
+
+/// Of the watchdog's own file in the folder of files per plug-in.
+Findings checkOwnFile(std::string const& mainFile, HostSettings const& settings,
+                      FilePosition configDir) {
+  const std::string name = std::string(kWatchdogConfiguration) + ".toml";
+  const std::string path = std::filesystem::path(settings.configDir) / name;
+  auto read = readTomlFile(path);
+  auto const* failure = std::get_if<TomlFailure>(&read);
+  if (failure == nullptr) return checkConfiguration(std::get<TomlFile>(read), true);
+  if (failure->code == -EINVAL) {
+    Finding finding = syntaxFinding(path, *failure);
+    finding.what += fmt::format(": {}", kNoStart);
+    return {finding};
+  }
+  if (failure->code == -ENOENT && !runsWatchdog(settings)) return {};
+  return {{mainFile, configDir, Severity::error,
+           fmt::format("`host.config_dir': {}: {}", failure->message, kNoStart), "",
+           Reporter::others}};
+}
+
+ConfigEntry const* entryOf(ConfigEntries const& host, std::string const& key) {
+  const auto found = host.find(std::string(kHostTable) + '.' + key);
+  return found != host.end() ? &found->second : nullptr;
+}
+
+/// Where the elements of `plugins` stand.
+std::vector<FilePosition> pluginPlaces(ConfigEntries const& host) {
+  ConfigEntry const* entry = entryOf(host, "plugins");
+  auto const* array =
+      entry != nullptr ? std::get_if<ConfigValue::Array>(&entry->value.content) : nullptr;
+  std::vector<FilePosition> places;
+  if (array == nullptr) return places;
+  for (ConfigValue const& element : *array) places.push_back(element.position);
+  return places;
+}
+
+void checkPlugins(std::string const& path, ConfigEntries const& host, HostSettings const& settings,
+                  Findings& findings) {
+  const auto places = pluginPlaces(host);
+  // The settings hold all before the first that is wrong.
+  for (std::size_t i = 0; i < std::min(places.size(), settings.plugins.size()); ++i) {
+    std::string const& plugin = settings.plugins[i];
+    if (::access(plugin.c_str(), R_OK) == 0) continue;
+    findings.push_back({path, places[i], Severity::error,
+                        fmt::format("`host.plugins' contains \"{}\": {}: the host does not start",
+                                    plugin, std::generic_category().message(errno)),
+                        ""});
+  }
+}
+
+/// Of a file that is TOML.
+Findings checkTables(TomlFile file, std::vector<std::string> const& morePlugins) {
+  const ConfigEntries host = file.takeTable(kHostTable);
+  HostReading reading = judgeHostSettings(file.path, host);
+  Findings findings;
+  for (auto const& [position, text] : reading.complaints) {
+    const char* separator = text.ends_with('?') ? " " : ": ";
+    findings.push_back({file.path, position, Severity::error,
+                        text + separator + "the host does not start", ""});
+  }
+  checkPlugins(file.path, host, reading.settings, findings);
+  reading.settings.plugins.insert(reading.settings.plugins.end(), morePlugins.begin(),
+                                  morePlugins.end());
+  ConfigEntry const* configDir = entryOf(host, "config_dir");
+  std::ranges::move(
+      checkWatchdog(file, reading.settings,
+                    configDir != nullptr ? configDir->value.position : FilePosition{}),
+      std::back_inserter(findings));
+  sortByPlace(findings, file.path);
+  return findings;
+}
+
+Answer answerWith(Findings const& findings, bool asJson) {
+  std::string text;
+  for (Finding const& finding : findings) text += printable(lineOf(finding)) + '\n';
+  return {asJson ? jsonOf(findings) + '\n' : text,
+          hasError(findings) ? ExitCode::badConfiguration : ExitCode::stopped};
+}
+
+}  // namespace
+
+Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
+                       FilePosition configDir) {
+  if (settings.configDir.empty()) return checkConfiguration(mainFile, runsWatchdog(settings));
+  Findings findings = findUnreadTables(
+      mainFile, "plug-ins read their files in `host.config_dir', " + settings.configDir);
+  std::ranges::move(checkOwnFile(mainFile.path, settings, configDir), std::back_inserter(findings));
+  return findings;
+}
+
+std::variant<Answer, Failure> checkFile(Options const& options) {
+  auto read = readTomlFile(options.configFile);
+  if (auto const* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
+    if (failure->code != -EINVAL) return Failure{ExitCode::noConfiguration, {failure->message}};
+    return answerWith({syntaxFinding(options.configFile, *failure)}, options.json);
+  }
+  return answerWith(checkTables(std::get<TomlFile>(std::move(read)), options.plugins),
+                    options.json);
+}

@@ -1,0 +1,25 @@
+#include "host/process/ExecutableLookup.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+
+std::string resolveExecutable(std::string const& executable) {
+  if (executable.find('/') != std::string::npos) return executable;
+  const char* path = std::getenv("PATH");
+  std::string_view rest = path != nullptr ? path : "/usr/local/bin:/usr/bin:/bin";
+  while (!rest.empty()) {
+    const auto length = std::min(rest.find(':'), rest.size());
+    std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
+    std::error_code ignored;
+    if (length > 0 && std::filesystem::is_regular_file(candidate, ignored) &&
+        ::access(candidate.c_str(), X_OK) == 0) {
+      return candidate;
+    }
+    rest.remove_prefix(std::min(length + 1, rest.size()));
+  }
+  return executable;
+}

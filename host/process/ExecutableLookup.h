@@ -1,0 +1,7 @@
+#pragma once
+
+#include <string>
+
+/// Where a bare name is found in this process's own PATH; the name itself where it
+/// is nowhere, for the kernel to say so. A path stays as it is.
+std::string resolveExecutable(std::string const& executable);
