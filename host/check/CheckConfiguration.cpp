@@ -112,8 +112,8 @@ class Check {
 
   void addForeign(std::string const& name, FilePosition position, std::string const& meant) {
     add(Severity::warning, position, name,
-        fmt::format("unknown table `{}'{} neither the host nor the watchdog reads it", name,
-                    meant));
+        fmt::format("unknown {} `{}'{} neither the host nor the watchdog reads it",
+                    fFile.entries.contains(name) ? "key" : "table", name, meant));
     fFindings.back().reporter = Reporter::others;
   }
 

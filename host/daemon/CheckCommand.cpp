@@ -84,8 +84,8 @@ Findings checkTables(TomlFile file, std::vector<std::string> const& morePlugins)
   Findings findings;
   for (auto const& [position, text] : reading.complaints) {
     const char* separator = text.ends_with('?') ? " " : ": ";
-    findings.push_back({file.path, position, Severity::error,
-                        text + separator + "the host does not start", ""});
+    findings.push_back(
+        {file.path, position, Severity::error, text + separator + "the host does not start", ""});
   }
   checkPlugins(file.path, host, reading.settings, findings);
   reading.settings.plugins.insert(reading.settings.plugins.end(), morePlugins.begin(),

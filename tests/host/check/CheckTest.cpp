@@ -1,0 +1,133 @@
+// The check as its users meet it: the real program on real files.
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iterator>
+
+#include "tests/host/process/TemporaryFolder.h"
+
+using testing::HasSubstr;
+
+namespace {
+
+const std::string kGlobals =
+    "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
+    "sample_time = 1\n";
+
+std::string contentOf(std::string const& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Check : public testing::Test {
+ protected:
+  Check() {
+    fFolder.makeFile("run-it.sh", "#!/bin/sh\n");
+    fFolder.makeFile("data", "");
+    std::filesystem::permissions(fFolder.path("run-it.sh"), std::filesystem::perms(0755));
+  }
+
+  /// Runs a shell's command in the folder. @return what it writes.
+  std::string run(std::string const& command) {
+    const std::string whole = "cd " + fFolder.path() + " && " + command + " 2>&1";
+    std::FILE* const pipe = ::popen(whole.c_str(), "r");
+    std::string text;
+    for (std::array<char, 4096> chunk{};
+         const auto count = std::fread(chunk.data(), 1, chunk.size(), pipe);) {
+      text.append(chunk.data(), count);
+    }
+    const int status = ::pclose(pipe);
+    fStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return text;
+  }
+
+  TemporaryFolder fFolder;
+  int fStatus = -1;
+};
+
+TEST_F(Check, FindsEveryMistakeOnceAndSaysWhatComesOfIt) {
+  fFolder.makeFile("bad.toml", contentOf(GOLDEN "/bad.toml"));
+  EXPECT_EQ(run(VESKD " --check -c bad.toml"), contentOf(GOLDEN "/bad.txt"));
+  EXPECT_EQ(fStatus, 78);
+}
+
+TEST_F(Check, HasNothingToSayAboutWhatIsRight) {
+  const std::string demo = " --check -c " EXAMPLES "/demo.toml";
+  const std::string copies =
+      "mkdir bin && for n in server spinner crowd; do "
+      "cp run-it.sh bin/demo-$n; done && PATH=bin:$PATH ";
+  EXPECT_EQ(run(copies + VESKD + demo), "");
+  EXPECT_EQ(fStatus, 0);
+  // A name longer than what the kernel keeps: of the file, or of what a link leads to.
+  fFolder.makeFile("right.toml", "[host]\nplugins = ['" WATCHDOG "']\n" + kGlobals + R"(
+[watchdog.process.1]
+name = "a-rather-long-name"
+executable = "a-rather-long-nickname"
+action = "restart"
+working_dir = "bin"
+)");
+  run("cp run-it.sh bin/a-rather-long-name && ln -s a-rather-long-name bin/a-rather-long-nickname");
+  EXPECT_EQ(run(VESKD " --json --check -c right.toml"), "[]\n");
+  EXPECT_EQ(fStatus, 0);
+}
+
+TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
+  fFolder.makeFile("main.toml", "[host]\nconfig_dir = 'd'\n[watchdog.process]\nx = 1\n");
+  fFolder.makeFile("d/veskp.watchdog.process.toml", kGlobals + "y = \"\\u0007\"\n");
+  const std::string own = fFolder.path("d/veskp.watchdog.process.toml");
+  EXPECT_EQ(run(VESKD " --check --json -c main.toml"), R"([
+  {
+    "file": "main.toml",
+    "line": 4,
+    "column": 1,
+    "severity": "warning",
+    "what": "table `watchdog' is not read: plug-ins read their files in `host.config_dir', )" +
+                                                           fFolder.path("d") + R"("
+  },
+  {
+    "file": ")" + own + R"(",
+    "line": 6,
+    "column": 1,
+    "severity": "warning",
+    "what": "unknown key `watchdog.process.y': it is not read"
+  }
+]
+)");
+  EXPECT_EQ(fStatus, 0);
+  std::filesystem::remove(own);
+  EXPECT_EQ(run(VESKD " --plugin " WATCHDOG " --check -c main.toml | head -n 1"),
+            "main.toml:2:14: error: `host.config_dir': " + own +
+                ": No such file or directory: the watchdog does not start\n");
+  fFolder.makeFile("d/veskp.watchdog.process.toml", "\nx = = 1\n");
+  EXPECT_THAT(run(VESKD " --check -c main.toml"), HasSubstr(own + ":2:5: error: "));
+  EXPECT_EQ(fStatus, 78);
+}
+
+TEST_F(Check, StopsAtWhatIsNoTomlAndNeedsAFile) {
+  fFolder.makeFile("no.toml", "[host]\nx = = 1\n");
+  EXPECT_THAT(run(VESKD " --check -c no.toml"), testing::StartsWith("no.toml:2:5: error: "));
+  EXPECT_EQ(fStatus, 78);
+  run(VESKD " --check -c absent.toml");
+  EXPECT_EQ(fStatus, 66);
+  run(VESKD " --check");
+  EXPECT_EQ(fStatus, 64);
+}
+
+TEST_F(Check, TheLogOfAStartHasEachFindingOnce) {
+  fFolder.makeFile("v.toml", "[host]\nplugins = ['" WATCHDOG "']\n" + kGlobals +
+                                 "[watchdog.process.1]\nname = 'n'\ncpu_limt = 1\nperiod = 'x'\n"
+                                 "[watchdog.process.3]\nname = 'm'\n");
+  const std::string sorted = " | grep -o 'v.toml:.*' | sed 's/ warning://' | sort";
+  const std::string checked = run(VESKD " --check -c v.toml" + sorted);
+  EXPECT_EQ(std::ranges::count(checked, '\n'), 3) << checked;
+  run("{ " VESKD
+      " -c v.toml 2>log & } && until grep -q running: log || ! kill -0 $!; "
+      "do sleep 0.1; done && kill $! && wait");
+  EXPECT_EQ(run("cat log" + sorted), checked) << run("cat log");
+}
+
+}  // namespace
