@@ -132,6 +132,7 @@ void checkExecutable(KeyTable& program, GlobalSwitches const& globals) {
                         fmt::format("`{}' is \"{}\": {}: the program cannot be "
                                     "started",
                                     program.fullKey("executable"), *executable, obstacle));
+    return;
   }
   std::string const& name = *program.text("name");
   std::string const* arguments = program.text("arguments");

@@ -107,10 +107,22 @@ TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
   EXPECT_EQ(fStatus, 78);
 }
 
-TEST_F(Check, StopsAtWhatIsNoTomlAndNeedsAFile) {
+TEST_F(Check, SaysWhyTheWatchdogCannotStart) {
   fFolder.makeFile("no.toml", "[host]\nx = = 1\n");
   EXPECT_THAT(run(VESKD " --check -c no.toml"), testing::StartsWith("no.toml:2:5: error: "));
   EXPECT_EQ(fStatus, 78);
+  fFolder.makeFile("array.toml", "[[watchdog.process]]\nname = 'n'\n");
+  EXPECT_EQ(run(VESKD " --check -c array.toml"),
+            "array.toml:1:12: error: `watchdog.process' is an array, but a table is expected: the "
+            "watchdog does not start\n");
+  fFolder.makeFile("few.toml", "\n[watchdog.process]\nmem_enabled.x = 1\ncpu_enabled = true\n");
+  EXPECT_EQ(run(VESKD " --check -c few.toml"),
+            "few.toml:3:13: error: `watchdog.process.inst_enabled' is missing: the watchdog does "
+            "not start\n"
+            "few.toml:3:13: error: `watchdog.process.mem_enabled' is a table, but a boolean is "
+            "expected: the watchdog does not start\n"
+            "few.toml:3:13: error: `watchdog.process.sample_time' is missing: the watchdog does "
+            "not start\n");
   run(VESKD " --check -c absent.toml");
   EXPECT_EQ(fStatus, 66);
   run(VESKD " --check");
@@ -125,7 +137,7 @@ TEST_F(Check, TheLogOfAStartHasEachFindingOnce) {
   const std::string checked = run(VESKD " --check -c v.toml" + sorted);
   EXPECT_EQ(std::ranges::count(checked, '\n'), 3) << checked;
   run("{ " VESKD
-      " -c v.toml 2>log & } && until grep -q running: log || ! kill -0 $!; "
+      " -c v.toml 2>log & } && until grep -qs running: log || ! kill -0 $!; "
       "do sleep 0.1; done && kill $! && wait");
   EXPECT_EQ(run("cat log" + sorted), checked) << run("cat log");
 }
