@@ -68,8 +68,7 @@ OsRestart* makeRestart(HostSettings const& settings,
 
 Services::Services(HostSettings const& settings, ConfigSources sources,
                    std::shared_ptr<LogOutput> const& output)
-    : fConfigManager(
-          holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")))),
+    : fConfigManager(holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")))),
       fUtilities(makeUtilities(settings, *output)) {
   Runtime::install(fUtilities);
   Runtime::provide(ID_ILOGGER, [output](IBase*& instance) {
@@ -79,7 +78,8 @@ Services::Services(HostSettings const& settings, ConfigSources sources,
   Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
   Runtime::provide(ID_IEVENTDISPATCHER, new EventDispatcher(output->logger("vesk.events")));
   Runtime::provide(ID_IEXTCOUNTERS, new ExtCounters);
-  Runtime::provide(ID_IOSRESTART, makeRestart(settings, fUtilities, output->logger("vesk.restart")));
+  Runtime::provide(ID_IOSRESTART,
+                   makeRestart(settings, fUtilities, output->logger("vesk.restart")));
 }
 
 Services::~Services() { Runtime::reset(); }
