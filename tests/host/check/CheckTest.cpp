@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iterator>
 
 #include "tests/host/process/TemporaryFolder.h"
 
@@ -17,11 +16,6 @@ namespace {
 const std::string kGlobals =
     "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
     "sample_time = 1\n";
-
-std::string contentOf(std::string const& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class Check : public testing::Test {
  protected:

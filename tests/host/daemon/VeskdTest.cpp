@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <iterator>
 #include <memory>
 
 #include "host/daemon/ServiceManager.h"
@@ -25,11 +24,6 @@ const std::string kHost = "[host]\nplugins = ['" WATCHDOG "']\n";
 const std::string kGlobals =
     "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
     "sample_time = 1\n";
-
-std::string contentOf(std::string const& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class Veskd : public testing::Test {
  protected:
@@ -194,10 +188,13 @@ TEST_F(Veskd, LivesForTheServiceManagerWhileThereIsNothingToLookFor) {
   EXPECT_EQ(failing.awaitEnd(), 69);
   EXPECT_THAT(manager.heard(), IsEmpty());
   std::string shipped = contentOf(SHIPPED_CONFIGURATION);
-  const std::string library = "/usr/lib/vesk/libveskp.watchdog.process.so";
-  ASSERT_NE(shipped.find(library), std::string::npos);
-  auto veskd =
-      run(shipped.replace(shipped.find(library), library.size(), WATCHDOG), manager.words("40000"));
+  for (auto const& [installed, here] :
+       {std::pair<std::string, std::string>{"/usr/lib/vesk/libveskp.watchdog.process.so", WATCHDOG},
+        {"/var/lib/veskd", path()}}) {
+    ASSERT_NE(shipped.find(installed), std::string::npos);
+    shipped.replace(shipped.find(installed), installed.size(), here);
+  }
+  auto veskd = run(shipped, manager.words("40000"));
   EXPECT_THAT(manager.next(), StartsWith("READY=1\n"));
   for (int i = 0; i < 10; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
   veskd->signal(SIGTERM);

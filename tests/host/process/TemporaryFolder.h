@@ -4,7 +4,13 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+
+inline std::string contentOf(std::string const& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 /// A fresh folder, removed with all that is in it.
 class TemporaryFolder {
