@@ -25,7 +25,7 @@ struct WatchRecord {
   std::uint64_t number = 0;  ///< from 1 without a gap; given by the journal
   WallTime time{};
   RecordKind kind = RecordKind::otherEvent;
-  std::string entry;               ///< name; empty when it is about no entry
+  std::string entry;                ///< name; empty when it is about no entry
   std::optional<unsigned int> pid;  ///< of the process acted upon or started
   std::optional<long long> value;   ///< of an event
   int result = 0;                   ///< of an act or a change; 0 or a negative code

@@ -84,9 +84,9 @@ struct EntryView {
 
 /// The passes over all entries.
 struct PassView {
-  std::uint64_t count = 0;           ///< begun since the host started
-  std::optional<WallTime> begunAt;   ///< the latest
-  bool isUnderWay = false;           ///< a call of the watchdog has not returned
+  std::uint64_t count = 0;                ///< begun since the host started
+  std::optional<WallTime> begunAt;        ///< the latest
+  bool isUnderWay = false;                ///< a call of the watchdog has not returned
   std::chrono::microseconds underWay{0};  ///< for how long the pass takes, if so
   std::chrono::microseconds last{0};      ///< duration of the last one that ended
   std::chrono::microseconds longest{0};
