@@ -24,15 +24,10 @@ bool runsWatchdog(HostSettings const& settings) {
   });
 }
 
-Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
-  return {path, failure.position, Severity::error, failure.cause, "", Reporter::others};
-}
-
 /// Of the watchdog's own file in the folder of files per plug-in.
 Findings checkOwnFile(std::string const& mainFile, HostSettings const& settings,
                       FilePosition configDir) {
-  const std::string name = std::string(kWatchdogConfiguration) + ".toml";
-  const std::string path = std::filesystem::path(settings.configDir) / name;
+  const std::string path = watchdogFile(settings);
   auto read = readTomlFile(path);
   auto const* failure = std::get_if<TomlFailure>(&read);
   if (failure == nullptr) return checkConfiguration(std::get<TomlFile>(read), true);
@@ -78,8 +73,8 @@ void checkPlugins(std::string const& path, ConfigEntries const& host, HostSettin
 }
 
 /// Of a file that is TOML.
-Findings checkTables(TomlFile file, std::vector<std::string> const& morePlugins) {
-  const ConfigEntries host = file.takeTable(kHostTable);
+CheckedFile checkTables(TomlFile file, std::vector<std::string> const& morePlugins) {
+  ConfigEntries host = file.takeTable(kHostTable);
   HostReading reading = judgeHostSettings(file.path, host);
   Findings findings;
   for (auto const& [position, text] : reading.complaints) {
@@ -96,7 +91,7 @@ Findings checkTables(TomlFile file, std::vector<std::string> const& morePlugins)
                     configDir != nullptr ? configDir->value.position : FilePosition{}),
       std::back_inserter(findings));
   sortByPlace(findings, file.path);
-  return findings;
+  return {std::move(file), std::move(host), std::move(reading.settings), std::move(findings)};
 }
 
 Answer answerWith(Findings const& findings, bool asJson) {
@@ -108,6 +103,15 @@ Answer answerWith(Findings const& findings, bool asJson) {
 
 }  // namespace
 
+Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
+  return {path, failure.position, Severity::error, failure.cause, "", Reporter::others};
+}
+
+std::string watchdogFile(HostSettings const& settings) {
+  const std::string name = std::string(kWatchdogConfiguration) + ".toml";
+  return std::filesystem::path(settings.configDir) / name;
+}
+
 Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
                        FilePosition configDir) {
   if (settings.configDir.empty()) return checkConfiguration(mainFile, runsWatchdog(settings));
@@ -117,12 +121,20 @@ Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
   return findings;
 }
 
+std::variant<CheckedFile, TomlFailure> readChecked(std::string const& path,
+                                                   std::vector<std::string> const& morePlugins) {
+  auto read = readTomlFile(path);
+  if (auto* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
+    return std::move(*failure);
+  }
+  return checkTables(std::get<TomlFile>(std::move(read)), morePlugins);
+}
+
 std::variant<Answer, Failure> checkFile(Options const& options) {
-  auto read = readTomlFile(options.configFile);
+  const auto read = readChecked(options.configFile, options.plugins);
   if (auto const* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
     if (failure->code != -EINVAL) return Failure{ExitCode::noConfiguration, {failure->message}};
     return answerWith({syntaxFinding(options.configFile, *failure)}, options.json);
   }
-  return answerWith(checkTables(std::get<TomlFile>(std::move(read)), options.plugins),
-                    options.json);
+  return answerWith(std::get<CheckedFile>(read).findings, options.json);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <string>
 #include <variant>
+#include <vector>
 
 #include "host/check/Finding.h"
 #include "host/daemon/Failure.h"
@@ -13,6 +15,25 @@
 /// @param configDir where the main file names that folder.
 Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
                        FilePosition configDir);
+
+/// The watchdog's own file in the folder of files per plug-in.
+std::string watchdogFile(HostSettings const& settings);
+
+/// A configuration file, and what is wrong with it.
+struct CheckedFile {
+  TomlFile file;       ///< without the host's own table
+  ConfigEntries host;  ///< that table
+  HostSettings settings;
+  Findings findings;
+};
+
+/// Reads a configuration file and checks it whole.
+/// @param morePlugins are run beside those of the file.
+std::variant<CheckedFile, TomlFailure> readChecked(std::string const& path,
+                                                   std::vector<std::string> const& morePlugins);
+
+/// A file that is no TOML, as a finding.
+Finding syntaxFinding(std::string const& path, TomlFailure const& failure);
 
 /// `--check`: what is wrong with the configuration file, as text or JSON.
 /// @return a failure when the file cannot be read.

@@ -3,75 +3,140 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <nlohmann/json.hpp>
 #include <utility>
+#include <vector>
 
+#include "host/daemon/MainLoop.h"
 #include "host/daemon/PluginLoader.h"
+#include "host/daemon/Reload.h"
 #include "host/daemon/ServiceNotifier.h"
 #include "host/daemon/Services.h"
+#include "host/entries/Roster.h"
 
 namespace {
 
-/// Not a name of the C library's, whose texts are sentences ("Hangup").
-const char* nameOf(int signal) {
-  switch (signal) {
+/// In place of a signal's number: the plug-ins do not run any more.
+constexpr int kLost = 0;
+
+/// Not a name of the C library's, whose texts are sentences ("Terminated").
+const char* nameOf(int reason) {
+  switch (reason) {
     case SIGTERM:
       return "SIGTERM";
     case SIGINT:
       return "SIGINT";
     default:
-      return "SIGHUP";
+      return "the plug-ins cannot go on";
   }
 }
 
-void logFindings(Findings const& findings, spdlog::logger& log) {
-  for (Finding const& finding : findings) {
-    if (finding.reporter != Reporter::check) continue;
-    log.warn("{}{}", atPosition(finding.file, finding.position), finding.what);
+/// All that the daemon runs with, on the main thread. The parts end in the reverse
+/// order of their making.
+class Host {
+ public:
+  Host(DaemonSetup setup, std::shared_ptr<LogOutput> output, HostSignals const& signals);
+
+  ExitCode run();
+
+ private:
+  ExitCode runPlugins(Services const& services);
+  ExitCode serve(Services const& services);
+  std::vector<MainLoop::Chore> chores(Services const& services);
+
+  const DaemonSetup fSetup;
+  const std::shared_ptr<LogOutput> fOutput;
+  const std::shared_ptr<spdlog::logger> fLog;
+  const std::shared_ptr<spdlog::logger> fCheckLog;
+  MainLoop fLoop;
+  SignalThread fSignals;
+  // Before the services, so that the libraries are unloaded after them: events
+  // on their way may carry objects of a plug-in.
+  PluginLoader fPlugins;
+  ServiceNotifier fNotifier;
+  WatchBoard fBoard;
+  RecordJournal fJournal;
+  Roster fRoster;
+};
+
+Host::Host(DaemonSetup setup, std::shared_ptr<LogOutput> output, HostSignals const& signals)
+    : fSetup(std::move(setup)),
+      fOutput(std::move(output)),
+      fLog(fOutput->logger("veskd")),
+      fCheckLog(fOutput->logger("vesk.check")),
+      fSignals(
+          signals, [this](int number) { fLoop.stop(number); }, [this] { fLoop.askToReload(); }),
+      fPlugins(fLog),
+      fNotifier(fSetup.serviceManager, fLog),
+      fRoster(fBoard, fJournal, fLog) {}
+
+ExitCode Host::run() {
+  if (::geteuid() != 0) {
+    fLog->warn("not root: processes of other users can be watched but not ended");
   }
+  if (!fPlugins.open(fSetup.settings.plugins)) return ExitCode::pluginFailed;
+  logFindings(fSetup.findings, *fCheckLog);
+  ExitCode code{};
+  {
+    const Services services(
+        fSetup.settings,
+        {fSetup.settings.configDir, fSetup.mainFile, reportedKeys(fSetup.findings)}, fOutput);
+    code = runPlugins(services);
+  }
+  if (code == ExitCode::stopped) fLog->info("stopped");
+  return code;
 }
 
-/// Runs the opened plug-ins. @return false when one of them cannot be started.
-bool runPlugins(PluginLoader& plugins, Services const& services, spdlog::logger& log,
-                StopSignals& signals, ServiceNotifier& notifier) {
-  const bool started = plugins.start();
+/// Starts the opened plug-ins and serves until there is a reason to end.
+ExitCode Host::runPlugins(Services const& services) {
+  fRoster.announce(fSetup.facts);
+  std::string cause;
+  const bool started = fPlugins.start(cause);
   services.configuration().reportUnused();
+  ExitCode code = ExitCode::pluginFailed;
   if (started) {
-    log.info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
-             plugins.count());
-    notifier.ready(fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, plugins.count()));
-    const int signal =
-        signals.wait(notifier.feedInterval(), [&] { notifier.feed(services.utilities().finds()); });
-    log.info("stopping: {}", nameOf(signal));
-    notifier.stopping(fmt::format("stopping: {}", nameOf(signal)));
+    fRoster.refresh();
+    fLog->info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
+               fPlugins.count());
+    fNotifier.ready(
+        fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, fPlugins.count()));
+    code = serve(services);
   }
-  plugins.stop();
-  return started;
+  fPlugins.stop();
+  return code;
+}
+
+ExitCode Host::serve(Services const& services) {
+  Reload reload(fSetup, {fPlugins, services.configuration(), fRoster, fJournal, fNotifier, *fLog,
+                         *fCheckLog});
+  const auto reloadOrEnd = [this, &reload] {
+    ApiResult result = reload.run();
+    if (reload.isLost()) fLoop.stop(kLost);
+    return result;
+  };
+  const int reason = fLoop.serve([&] { reloadOrEnd(); }, chores(services));
+  const char* name = nameOf(reason);
+  if (reason == kLost) {
+    fLog->error("stopping: {}", name);
+  } else {
+    fLog->info("stopping: {}", name);
+  }
+  fNotifier.stopping(fmt::format("stopping: {}", name));
+  return reason == kLost ? ExitCode::pluginFailed : ExitCode::stopped;
+}
+
+std::vector<MainLoop::Chore> Host::chores(Services const& services) {
+  const auto feed = [this, &services] {
+    fNotifier.feed(fRoster.isAnythingLookedFor() ? services.utilities().finds() : 0);
+  };
+  return {{fNotifier.feedInterval(), feed},
+          {std::chrono::seconds(1), [this] { fRoster.resolveDoubts(); }}};
 }
 
 }  // namespace
 
 ExitCode runDaemon(DaemonSetup setup, std::shared_ptr<LogOutput> const& output,
-                   StopSignals& signals) {
-  const auto log = output->logger("veskd");
-  if (::geteuid() != 0) {
-    log->warn("not root: processes of other users can be watched but not ended");
-  }
-  // Before the services, so that the libraries are unloaded after them: events
-  // on their way may carry objects of a plug-in.
-  PluginLoader plugins(log);
-  if (!plugins.open(setup.settings.plugins)) return ExitCode::pluginFailed;
-
-  ServiceNotifier notifier(setup.serviceManager, log);
-  logFindings(setup.findings, *output->logger("vesk.check"));
-  bool started = false;
-  {
-    const Services services(
-        setup.settings,
-        {setup.settings.configDir, std::move(setup.mainFile), reportedKeys(setup.findings)},
-        output);
-    started = runPlugins(plugins, services, *log, signals, notifier);
-  }
-  if (!started) return ExitCode::pluginFailed;
-  log->info("stopped");
-  return ExitCode::stopped;
+                   HostSignals const& signals) {
+  return Host(std::move(setup), output, signals).run();
 }

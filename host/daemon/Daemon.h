@@ -6,8 +6,10 @@
 #include "host/check/Finding.h"
 #include "host/daemon/ExitCode.h"
 #include "host/daemon/HostSettings.h"
+#include "host/daemon/HostSignals.h"
+#include "host/daemon/Options.h"
 #include "host/daemon/ServiceManager.h"
-#include "host/daemon/StopSignals.h"
+#include "host/daemon/WatchdogFacts.h"
 #include "host/services/LogOutput.h"
 
 /// What the daemon runs with.
@@ -16,9 +18,12 @@ struct DaemonSetup {
   std::optional<TomlFile> mainFile;  ///< without the host's own table
   ServiceManager serviceManager;
   Findings findings{};  ///< what is wrong with the watchdog's configuration
+  Options options{};
+  ConfigEntries host{};   ///< the host's own table of the main file
+  WatchdogFacts facts{};  ///< of the file that the watchdog reads
 };
 
-/// Runs the plug-ins until a stop signal arrives, then ends them, the services
+/// Runs the plug-ins until a signal asks for a stop, then ends them, the services
 /// and the begun kills, in this order. Failures are logged.
 ExitCode runDaemon(DaemonSetup setup, std::shared_ptr<LogOutput> const& output,
-                   StopSignals& signals);
+                   HostSignals const& signals);

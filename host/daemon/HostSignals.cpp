@@ -1,8 +1,9 @@
-#include "host/daemon/StopSignals.h"
+#include "host/daemon/HostSignals.h"
 
-#include <algorithm>
-#include <cerrno>
+#include <pthread.h>
+
 #include <ctime>
+#include <utility>
 
 namespace {
 
@@ -13,7 +14,7 @@ bool isIgnored(int number) {
 
 }  // namespace
 
-StopSignals::StopSignals() {
+HostSignals::HostSignals() {
   ::sigemptyset(&fSignals);
   ::sigaddset(&fSignals, SIGTERM);
   ::sigaddset(&fSignals, SIGINT);
@@ -25,33 +26,44 @@ StopSignals::StopSignals() {
   std::signal(SIGCHLD, SIG_DFL);
 }
 
-/// @param atMost zero for as long as it takes.
-/// @return the signal's number, or below zero when none has come.
-int StopSignals::next(std::chrono::microseconds atMost) const {
-  if (atMost.count() == 0) return ::sigwaitinfo(&fSignals, nullptr);
-  // What fits into the seconds of any machine.
-  atMost = std::min<std::chrono::microseconds>(atMost, std::chrono::hours(24));
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(atMost);
-  const std::chrono::nanoseconds rest = atMost - seconds;
-  timespec timeout{};
-  timeout.tv_sec = static_cast<decltype(timeout.tv_sec)>(seconds.count());
-  timeout.tv_nsec = static_cast<decltype(timeout.tv_nsec)>(rest.count());
-  return ::sigtimedwait(&fSignals, nullptr, &timeout);
+SignalThread::SignalThread(HostSignals const& signals, std::function<void(int)> stop,
+                           std::function<void()> reload)
+    : fSignals(signals.set()),
+      fStop(std::move(stop)),
+      fReload(std::move(reload)),
+      fThread([this] { work(); }) {}
+
+SignalThread::~SignalThread() {
+  fIsOver = true;
+  ::pthread_kill(fThread.native_handle(), SIGTERM);  // it waits for that one always
+  fThread.join();
 }
 
-int StopSignals::wait(std::chrono::microseconds interval, std::function<void()> const& idle) {
-  int number = -1;
-  while ((number = next(interval)) < 0) {
-    if (errno == EAGAIN) idle();
+void SignalThread::work() {
+  ::pthread_setname_np(::pthread_self(), "[signals]");
+  bool isStopping = false;
+  while (!fIsOver) {
+    const int number = ::sigwaitinfo(&fSignals, nullptr);
+    if (fIsOver || number <= 0 || isStopping) continue;
+    if (number == SIGHUP) {
+      fReload();
+      continue;
+    }
+    isStopping = true;
+    becomeImpatient();
+    fStop(number);
   }
+}
+
+void SignalThread::becomeImpatient() {
   // What came together with the first one is the same request.
   const timespec now{};
   while (::sigtimedwait(&fSignals, nullptr, &now) > 0) {
   }
   std::signal(SIGINT, SIG_DFL);
+  ::sigdelset(&fSignals, SIGINT);
   sigset_t impatience;
   ::sigemptyset(&impatience);
   ::sigaddset(&impatience, SIGINT);
   ::pthread_sigmask(SIG_UNBLOCK, &impatience, nullptr);
-  return number;
 }

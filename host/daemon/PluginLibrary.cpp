@@ -13,7 +13,6 @@ namespace {
 
 /// `IPlugin* veskGetPlugin()` as the compiler names it.
 constexpr const char* kFactory = "_Z13veskGetPluginv";
-using Factory = IPlugin* (*)();
 
 std::string loaderMessage() {
   const char* message = ::dlerror();
@@ -29,22 +28,27 @@ std::unique_ptr<PluginLibrary> PluginLibrary::open(std::string const& path, std:
     return nullptr;
   }
   std::unique_ptr<PluginLibrary> library(new PluginLibrary(path, handle));
-  const auto factory = reinterpret_cast<Factory>(::dlsym(handle, kFactory));
-  if (factory == nullptr) {
+  library->fFactory = reinterpret_cast<Factory>(::dlsym(handle, kFactory));
+  if (library->fFactory == nullptr) {
     cause = path + ": not a plug-in, it has no veskGetPlugin()";
     return nullptr;
   }
-  IPlugin* plugin = nullptr;
-  const int res = pGuarded([&] {
-    plugin = factory();
-    return PResult::ok;
-  });
-  if (plugin == nullptr) {
+  if (const int res = library->make(); res != PResult::ok) {
     cause = path + ": veskGetPlugin() makes no plug-in, res=" + std::to_string(res);
     return nullptr;
   }
-  library->adopt(plugin);
   return library;
+}
+
+int PluginLibrary::make() {
+  IPlugin* plugin = nullptr;
+  const int res = pGuarded([&] {
+    plugin = fFactory();
+    return PResult::ok;
+  });
+  if (plugin == nullptr) return res != PResult::ok ? res : PResult::failed;
+  adopt(plugin);
+  return PResult::ok;
 }
 
 PluginLibrary::PluginLibrary(std::string path, void* handle)
@@ -67,6 +71,9 @@ void PluginLibrary::adopt(IPlugin* plugin) {
 
 int PluginLibrary::start() {
   return pGuarded([this] {
+    if (fPlugin == nullptr) {
+      if (const int res = make(); res != PResult::ok) return res;
+    }
     if (const int res = fPlugin->init(); res != PResult::ok) return res;
     unsigned int count = 0;
     const std::unique_ptr<PString[]> ids(fPlugin->getInterfaces(count));

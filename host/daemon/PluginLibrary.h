@@ -25,7 +25,8 @@ class PluginLibrary {
   /// Whether the two are one library in memory.
   bool isSameAs(PluginLibrary const& other) const { return fHandle == other.fHandle; }
 
-  /// Starts the plug-in and makes its interfaces known to `veskGetInstance`.
+  /// Starts the plug-in, a new one where the former was ended, and makes its
+  /// interfaces known to `veskGetInstance`.
   /// @return 0 or the plug-in's own code.
   int start();
 
@@ -33,14 +34,21 @@ class PluginLibrary {
   /// objects that it made may still be held by services.
   void stop();
 
+  /// Whether somebody holds something of a plug-in that was ended: it may still run.
+  bool isHeld() const { return fPlugin == nullptr && *fHoldersLeft != 0; }
+
  private:
+  using Factory = IPlugin* (*)();
+
   PluginLibrary(std::string path, void* handle);
 
+  int make();
   void adopt(IPlugin* plugin);
   void offer(PLiteral const& id);
 
   std::string fPath;
   void* fHandle;
+  Factory fFactory = nullptr;
   std::shared_ptr<IPlugin> fPlugin;
   std::vector<IBase*> fShared;  ///< the plug-in's shared objects, one reference each
   /// Holders that the objects above had left when they were let go.

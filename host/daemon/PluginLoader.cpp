@@ -1,5 +1,7 @@
 #include "host/daemon/PluginLoader.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -31,10 +33,11 @@ bool PluginLoader::isOpen(PluginLibrary const& library) const {
                      [&library](auto const& open) { return open->isSameAs(library); });
 }
 
-bool PluginLoader::start() {
+bool PluginLoader::start(std::string& cause) {
   for (auto const& library : fLibraries) {
     if (const int res = library->start(); res != 0) {
-      fLog->error("cannot start a plug-in: {}: res={}", library->path(), res);
+      cause = fmt::format("cannot start a plug-in: {}: res={}", library->path(), res);
+      fLog->error(cause);
       return false;
     }
     fLog->debug("started plug-in {}", library->path());
@@ -44,4 +47,10 @@ bool PluginLoader::start() {
 
 void PluginLoader::stop() {
   for (auto at = fLibraries.rbegin(); at != fLibraries.rend(); ++at) (*at)->stop();
+}
+
+std::string PluginLoader::held() const {
+  const auto found = std::ranges::find_if(
+      fLibraries, &PluginLibrary::isHeld, [](auto const& library) -> auto& { return *library; });
+  return found != fLibraries.end() ? (*found)->path() : "";
 }

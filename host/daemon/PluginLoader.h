@@ -27,11 +27,17 @@ class PluginLoader {
 
   std::size_t count() const { return fLibraries.size(); }
 
-  /// Starts the plug-ins in their order. @return false at the first that fails.
-  bool start();
+  /// Starts the plug-ins in their order, new ones where the former were ended.
+  /// @param cause set to why the first that fails does so.
+  /// @return false when one fails.
+  bool start(std::string& cause);
 
   /// Ends the plug-ins, the last one first.
   void stop();
+
+  /// Names a plug-in that was ended but that somebody still holds, so that it may still
+  /// run; empty when there is none.
+  std::string held() const;
 
  private:
   bool isOpen(PluginLibrary const& library) const;

@@ -1,5 +1,6 @@
 #include "host/daemon/ServiceNotifier.h"
 
+#include <fmt/format.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -71,6 +73,16 @@ void ServiceNotifier::ready(std::string const& status) {
   fReadyStatus = "STATUS=" + status;
   send("READY=1\n" + fReadyStatus);
 }
+
+void ServiceNotifier::reloading() {
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  const auto since = std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+  send(fmt::format("RELOADING=1\nMONOTONIC_USEC={}",
+                   std::chrono::floor<std::chrono::microseconds>(since).count()));
+}
+
+void ServiceNotifier::reloaded() { send("READY=1\n" + fReadyStatus); }
 
 void ServiceNotifier::stopping(std::string const& status) { send("STOPPING=1\nSTATUS=" + status); }
 

@@ -19,6 +19,10 @@ class ServiceNotifier {
   /// Everything is started. @param status one line for whoever asks how it is.
   void ready(std::string const& status);
 
+  /// The configuration is being read again, until `reloaded`.
+  void reloading();
+  void reloaded();
+
   /// The end has begun.
   void stopping(std::string const& status);
 

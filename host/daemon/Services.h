@@ -21,7 +21,7 @@ class Services {
   Services(Services const&) = delete;
   Services& operator=(Services const&) = delete;
 
-  ConfigManager const& configuration() const { return *fConfigManager; }
+  ConfigManager& configuration() const { return *fConfigManager; }
   ProcessUtilities const& utilities() const { return *fUtilities; }
 
  private:

@@ -19,7 +19,8 @@ std::optional<Failure> readFile(std::string const& path, DaemonSetup& setup) {
     return Failure{code, {std::move(failure->message)}};
   }
   setup.mainFile = std::get<TomlFile>(std::move(read));
-  auto settings = readHostSettings(path, setup.mainFile->takeTable(kHostTable));
+  setup.host = setup.mainFile->takeTable(kHostTable);
+  auto settings = readHostSettings(path, setup.host);
   if (auto* failure = std::get_if<Failure>(&settings); failure != nullptr) {
     return std::move(*failure);
   }
@@ -38,6 +39,7 @@ Failure noPlugin(std::string const& file) {
 
 std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
   DaemonSetup setup;
+  setup.options = options;
   if (!options.configFile.empty()) {
     if (auto failure = readFile(options.configFile, setup)) return std::move(*failure);
   }
@@ -46,8 +48,18 @@ std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
   }
   if (options.logLevel) setup.settings.log.level = *options.logLevel;
   if (setup.settings.plugins.empty()) return noPlugin(options.configFile);
-  if (setup.mainFile) setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
+  if (setup.mainFile) {
+    setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
+    setup.facts = readFacts(*setup.mainFile, setup.settings);
+  }
   return setup;
+}
+
+WatchdogFacts readFacts(TomlFile const& mainFile, HostSettings const& settings) {
+  if (settings.configDir.empty()) return readWatchdogFacts(mainFile);
+  const auto own = readTomlFile(watchdogFile(settings));
+  auto const* file = std::get_if<TomlFile>(&own);
+  return file != nullptr ? readWatchdogFacts(*file) : WatchdogFacts{};
 }
 
 std::variant<std::shared_ptr<LogOutput>, Failure> openOutputs(HostSettings const& settings) {

@@ -40,7 +40,7 @@ int run(Options const& options, ServiceManager manager, std::string const& begin
   const auto outputs = openOutputs(ready.settings);
   if (auto const* failure = std::get_if<Failure>(&outputs)) return fail(*failure, begin);
 
-  StopSignals signals;
+  const HostSignals signals;
   const std::string logFile = ready.settings.log.file;
   const ExitCode code =
       runDaemon(std::move(ready), std::get<std::shared_ptr<LogOutput>>(outputs), signals);

@@ -24,17 +24,30 @@ void handOut(PLiteral const& id, std::shared_ptr<ConfigDocument> document,
 }  // namespace
 
 ConfigManager::ConfigManager(ConfigSources sources, std::shared_ptr<spdlog::logger> log)
-    : fDirectory(std::move(sources.directory)),
-      fReported(std::move(sources.reported)),
-      fLog(std::move(log)) {
-  if (sources.mainFile) fMain = makeDocument(std::move(*sources.mainFile));
+    : fLog(std::move(log)) {
+  replace(std::move(sources));
 }
 
-std::shared_ptr<ConfigDocument> ConfigManager::makeDocument(TomlFile file) const {
+void ConfigManager::replace(ConfigSources sources) {
+  auto opened = std::make_shared<Opened>();
+  opened->directory = std::move(sources.directory);
+  opened->reported = std::move(sources.reported);
+  if (sources.mainFile) opened->main = makeDocument(*opened, std::move(*sources.mainFile));
+  const std::lock_guard lock(fMutex);
+  fOpened = std::move(opened);
+}
+
+std::shared_ptr<const ConfigManager::Opened> ConfigManager::opened() const {
+  const std::lock_guard lock(fMutex);
+  return fOpened;
+}
+
+std::shared_ptr<ConfigDocument> ConfigManager::makeDocument(Opened const& from,
+                                                            TomlFile file) const {
   static const std::set<std::string> kNone;
-  const auto reported = fReported.find(file.path);
-  return std::make_shared<ConfigDocument>(std::move(file), fLog,
-                                          reported != fReported.end() ? reported->second : kNone);
+  const auto reported = from.reported.find(file.path);
+  return std::make_shared<ConfigDocument>(
+      std::move(file), fLog, reported != from.reported.end() ? reported->second : kNone);
 }
 
 int ConfigManager::loadByPath(PLiteral const& path, PBaseptr<IConfig>& config) {
@@ -48,8 +61,9 @@ int ConfigManager::loadByID(PLiteral const& id, PBaseptr<IConfig>& config) {
       fLog->error("`{}' is no identifier of a configuration", name);
       return -EINVAL;
     }
-    if (fDirectory.empty()) return openMain(id, config);
-    return openFile(id, std::filesystem::path(fDirectory) / (name + ".toml"), config);
+    const std::string directory = opened()->directory;
+    if (directory.empty()) return openMain(id, config);
+    return openFile(id, std::filesystem::path(directory) / (name + ".toml"), config);
   });
 }
 
@@ -60,19 +74,20 @@ int ConfigManager::openFile(PLiteral const& id, std::string const& path,
     fLog->error("{}", failure->message);
     return failure->code == -ENOENT ? PResult::notFound : failure->code;
   }
-  handOut(id, makeDocument(std::get<TomlFile>(std::move(read))), config);
+  handOut(id, makeDocument(*opened(), std::get<TomlFile>(std::move(read))), config);
   return PResult::ok;
 }
 
 int ConfigManager::openMain(PLiteral const& id, PBaseptr<IConfig>& config) const {
-  if (fMain == nullptr) {
+  const auto main = opened()->main;
+  if (main == nullptr) {
     fLog->error("there is no configuration for `{}': no file was given", PUtils::toUtf8(id));
     return PResult::notFound;
   }
-  handOut(id, fMain, config);
+  handOut(id, main, config);
   return PResult::ok;
 }
 
 void ConfigManager::reportUnused() const {
-  if (fMain != nullptr) fMain->reportUnused();
+  if (const auto main = opened()->main; main != nullptr) main->reportUnused();
 }

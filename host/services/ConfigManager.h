@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -31,6 +32,9 @@ class ConfigManager : public RefCounted<IConfigManager> {
  public:
   ConfigManager(ConfigSources sources, std::shared_ptr<spdlog::logger> log);
 
+  /// What is opened from now on comes from there. Any thread may call.
+  void replace(ConfigSources sources);
+
   int loadByPath(PLiteral const& path, PBaseptr<IConfig>& config) override;
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override;
 
@@ -41,12 +45,19 @@ class ConfigManager : public RefCounted<IConfigManager> {
  private:
   ~ConfigManager() override = default;
 
-  std::shared_ptr<ConfigDocument> makeDocument(TomlFile file) const;
+  /// The sources, opened as far as there is something to open.
+  struct Opened {
+    std::string directory;
+    std::map<std::string, std::set<std::string>> reported;
+    std::shared_ptr<ConfigDocument> main;
+  };
+
+  std::shared_ptr<const Opened> opened() const;
+  std::shared_ptr<ConfigDocument> makeDocument(Opened const& from, TomlFile file) const;
   int openFile(PLiteral const& id, std::string const& path, PBaseptr<IConfig>& config) const;
   int openMain(PLiteral const& id, PBaseptr<IConfig>& config) const;
 
-  std::string fDirectory;
-  std::map<std::string, std::set<std::string>> fReported;
   std::shared_ptr<spdlog::logger> fLog;
-  std::shared_ptr<ConfigDocument> fMain;
+  mutable std::mutex fMutex;  ///< guards the pointer that follows
+  std::shared_ptr<const Opened> fOpened;
 };

@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <type_traits>
+
 namespace {
 
 struct Describe {
@@ -14,6 +17,22 @@ struct Describe {
 };
 
 }  // namespace
+
+bool isSame(ConfigValue const& left, ConfigValue const& right) {
+  if (left.content.index() != right.content.index()) return false;
+  return std::visit(
+      [&right]<class Value>(Value const& value) {
+        auto const& other = std::get<Value>(right.content);
+        if constexpr (std::is_same_v<Value, ConfigValue::Array>) {
+          return std::ranges::equal(value, other, isSame);
+        } else if constexpr (std::is_same_v<Value, ConfigValue::Other>) {
+          return false;  // what nobody reads is not known well enough
+        } else {
+          return value == other;
+        }
+      },
+      left.content);
+}
 
 std::string describe(ConfigValue const& value) { return std::visit(Describe{}, value.content); }
 

@@ -36,6 +36,9 @@ struct ConfigEntry {
 /// Values by dotted key: `name = ...` in the table `[a.b]` is "a.b.name".
 using ConfigEntries = std::map<std::string, ConfigEntry>;
 
+/// Whether the two say the same, wherever they stand.
+bool isSame(ConfigValue const& left, ConfigValue const& right);
+
 /// The value in the words of a message: "a string", "the integer 7".
 std::string describe(ConfigValue const& value);
 

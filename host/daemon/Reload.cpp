@@ -1,0 +1,163 @@
+#include "host/daemon/Reload.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+#include "host/daemon/Setup.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// Keys of the host's table that a reload applies.
+constexpr std::array<std::string_view, 2> kLiveKeys = {"host.config_dir", "host.dry_run"};
+
+ApiError refuse(std::string text) { return {ApiError::Code::refused, std::move(text)}; }
+
+std::string linesOf(Findings const& findings) {
+  std::vector<std::string> lines;
+  lines.reserve(findings.size());
+  for (Finding const& finding : findings) lines.push_back(lineOf(finding));
+  return fmt::format("{}", fmt::join(lines, "\n"));
+}
+
+std::set<std::string> keysOf(ConfigEntries const& left, ConfigEntries const& right) {
+  std::set<std::string> keys;
+  for (ConfigEntries const* entries : {&left, &right}) {
+    for (auto const& [key, entry] : *entries) keys.insert(key);
+  }
+  return keys;
+}
+
+bool isSameEntry(ConfigEntries const& left, ConfigEntries const& right, std::string const& key) {
+  const auto one = left.find(key);
+  const auto other = right.find(key);
+  return one != left.end() && other != right.end() &&
+         isSame(one->second.value, other->second.value);
+}
+
+}  // namespace
+
+void logFindings(Findings const& findings, spdlog::logger& log) {
+  for (Finding const& finding : findings) {
+    if (finding.reporter != Reporter::check) continue;
+    log.warn("{}{}", atPosition(finding.file, finding.position), finding.what);
+  }
+}
+
+Reload::Reload(DaemonSetup const& setup, Parts parts)
+    : fOptions(setup.options),
+      fPlugins(setup.settings.plugins),
+      fHost(setup.host),
+      fPlan{{setup.settings.configDir, setup.mainFile, reportedKeys(setup.findings)}, setup.facts},
+      fParts(parts) {}
+
+ApiResult Reload::run() {
+  fParts.notifier.reloading();
+  ApiResult result = read();
+  if (auto* error = std::get_if<ApiError>(&result); error != nullptr && fIsLost) {
+    error->code = ApiError::Code::internal;
+  }
+  finish(result);
+  if (!fIsLost) fParts.notifier.reloaded();
+  return result;
+}
+
+ApiResult Reload::read() {
+  if (fOptions.configFile.empty()) return refuse("there is no configuration file to reload");
+  fParts.log.info("reloading {}", fOptions.configFile);
+  auto read = readChecked(fOptions.configFile, fPlugins);
+  if (auto const* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
+    return refuse(failure->code == -EINVAL ? lineOf(syntaxFinding(fOptions.configFile, *failure))
+                                           : failure->message);
+  }
+  auto& checked = std::get<CheckedFile>(read);
+  if (hasError(checked.findings)) return refuse(linesOf(checked.findings));
+  return apply(std::move(checked));
+}
+
+ApiResult Reload::apply(CheckedFile checked) {
+  logFindings(checked.findings, fParts.checkLog);
+  Json answer{{"findings", Json::parse(jsonOf(checked.findings))},
+              {"needs_restart", needRestart(checked.host)}};
+  WatchdogFacts facts = readFacts(checked.file, checked.settings);
+  Plan plan{{checked.settings.configDir, std::move(checked.file), reportedKeys(checked.findings)},
+            std::move(facts)};
+  std::string cause;
+  if (restart(plan, cause)) {
+    fPlan = std::move(plan);
+    return answer;
+  }
+  if (fIsLost) return refuse(cause);
+  std::string formerCause;
+  if (restart(fPlan, formerCause)) {
+    return refuse(fmt::format("{}; the former configuration is in force again", cause));
+  }
+  fIsLost = true;
+  return refuse(fmt::format("{}; nor with the former configuration: {}", cause, formerCause));
+}
+
+bool Reload::restart(Plan const& plan, std::string& cause) {
+  try {
+    return tryRestart(plan, cause);
+  } catch (std::exception const& error) {
+    cause = error.what();
+    return false;
+  }
+}
+
+bool Reload::tryRestart(Plan const& plan, std::string& cause) {
+  // The first pass is made within the start, and what holds then must be known.
+  fParts.roster.announce(plan.facts);
+  fParts.plugins.stop();
+  if (const std::string held = fParts.plugins.held(); !held.empty()) {
+    cause = fmt::format("{} is still held by others, so that it may still run", held);
+    fIsLost = true;
+    return false;
+  }
+  fParts.configuration.replace(plan.sources);
+  if (!fParts.plugins.start(cause)) return false;
+  fParts.configuration.reportUnused();
+  fParts.roster.refresh();
+  return true;
+}
+
+std::vector<std::string> Reload::needRestart(ConfigEntries const& host) const {
+  std::vector<std::string> keys;
+  for (std::string const& key : keysOf(fHost, host)) {
+    if (std::ranges::find(kLiveKeys, key) != kLiveKeys.end()) continue;
+    if (!isSameEntry(fHost, host, key)) keys.push_back(key);
+  }
+  return keys;
+}
+
+void Reload::finish(ApiResult const& result) {
+  auto const* error = std::get_if<ApiError>(&result);
+  WatchRecord record;
+  record.time = std::chrono::floor<WallTime::duration>(std::chrono::system_clock::now());
+  record.kind = RecordKind::reload;
+  record.result = error != nullptr ? -EINVAL : 0;
+  record.text = error != nullptr ? error->text : "reloaded " + fOptions.configFile;
+  if (error != nullptr) {
+    std::istringstream lines(error->text);
+    for (std::string line; std::getline(lines, line);) fParts.log.error("not reloaded: {}", line);
+  } else {
+    fParts.log.info(record.text);
+    for (Json const& key : std::get<Json>(result)["needs_restart"]) {
+      fParts.log.warn("`{}' has changed, which counts from the next start on",
+                      key.get<std::string>());
+    }
+  }
+  fParts.journal.append(std::move(record));
+}
