@@ -16,9 +16,6 @@
 Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
                        FilePosition configDir);
 
-/// The watchdog's own file in the folder of files per plug-in.
-std::string watchdogFile(HostSettings const& settings);
-
 /// A configuration file, and what is wrong with it.
 struct CheckedFile {
   TomlFile file;       ///< without the host's own table

@@ -6,13 +6,13 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 #include <utility>
-#include <vector>
 
 #include "host/daemon/MainLoop.h"
 #include "host/daemon/PluginLoader.h"
 #include "host/daemon/Reload.h"
 #include "host/daemon/ServiceNotifier.h"
 #include "host/daemon/Services.h"
+#include "host/daemon/Ticker.h"
 #include "host/entries/Roster.h"
 
 namespace {
@@ -42,10 +42,10 @@ class Host {
 
  private:
   ExitCode runPlugins(Services const& services);
-  ExitCode serve(Services const& services);
-  std::vector<MainLoop::Chore> chores(Services const& services);
+  ExitCode serve(Services const& services, Roster& roster);
 
   const DaemonSetup fSetup;
+  const WatchPlan fPlan;
   const std::shared_ptr<LogOutput> fOutput;
   const std::shared_ptr<spdlog::logger> fLog;
   const std::shared_ptr<spdlog::logger> fCheckLog;
@@ -55,21 +55,18 @@ class Host {
   // on their way may carry objects of a plug-in.
   PluginLoader fPlugins;
   ServiceNotifier fNotifier;
-  WatchBoard fBoard;
-  RecordJournal fJournal;
-  Roster fRoster;
 };
 
 Host::Host(DaemonSetup setup, std::shared_ptr<LogOutput> output, HostSignals const& signals)
     : fSetup(std::move(setup)),
+      fPlan(planOf(fSetup.settings, fSetup.mainFile, fSetup.findings)),
       fOutput(std::move(output)),
       fLog(fOutput->logger("veskd")),
       fCheckLog(fOutput->logger("vesk.check")),
       fSignals(
           signals, [this](int number) { fLoop.stop(number); }, [this] { fLoop.askToReload(); }),
       fPlugins(fLog),
-      fNotifier(fSetup.serviceManager, fLog),
-      fRoster(fBoard, fJournal, fLog) {}
+      fNotifier(fSetup.serviceManager, fLog) {}
 
 ExitCode Host::run() {
   if (::geteuid() != 0) {
@@ -79,9 +76,7 @@ ExitCode Host::run() {
   logFindings(fSetup.findings, *fCheckLog);
   ExitCode code{};
   {
-    const Services services(
-        fSetup.settings,
-        {fSetup.settings.configDir, fSetup.mainFile, reportedKeys(fSetup.findings)}, fOutput);
+    const Services services(fSetup.settings, fPlan.sources, fOutput);
     code = runPlugins(services);
   }
   if (code == ExitCode::stopped) fLog->info("stopped");
@@ -90,32 +85,39 @@ ExitCode Host::run() {
 
 /// Starts the opened plug-ins and serves until there is a reason to end.
 ExitCode Host::runPlugins(Services const& services) {
-  fRoster.announce(fSetup.facts);
+  Roster roster(services.board(), services.journal(), fLog);
+  roster.announce(fPlan.facts);
   std::string cause;
   const bool started = fPlugins.start(cause);
   services.configuration().reportUnused();
   ExitCode code = ExitCode::pluginFailed;
   if (started) {
-    fRoster.refresh();
     fLog->info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
                fPlugins.count());
     fNotifier.ready(
         fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, fPlugins.count()));
-    code = serve(services);
+    const Ticker life(fNotifier.feedInterval(), [&] {
+      fNotifier.feed(roster.isAnythingLookedFor() ? services.utilities().finds() : 0);
+    });
+    // Only now: it waits for the first pass.
+    roster.refresh();
+    code = serve(services, roster);
   }
   fPlugins.stop();
   return code;
 }
 
-ExitCode Host::serve(Services const& services) {
-  Reload reload(fSetup, {fPlugins, services.configuration(), fRoster, fJournal, fNotifier, *fLog,
-                         *fCheckLog});
+ExitCode Host::serve(Services const& services, Roster& roster) {
+  Reload reload(fSetup, fPlan,
+                {fPlugins, services.configuration(), roster, *services.journal(), fNotifier, *fLog,
+                 *fCheckLog});
   const auto reloadOrEnd = [this, &reload] {
     ApiResult result = reload.run();
     if (reload.isLost()) fLoop.stop(kLost);
     return result;
   };
-  const int reason = fLoop.serve([&] { reloadOrEnd(); }, chores(services));
+  const int reason = fLoop.serve([&] { reloadOrEnd(); },
+                                 {std::chrono::seconds(1), [&] { roster.resolveDoubts(); }});
   const char* name = nameOf(reason);
   if (reason == kLost) {
     fLog->error("stopping: {}", name);
@@ -124,14 +126,6 @@ ExitCode Host::serve(Services const& services) {
   }
   fNotifier.stopping(fmt::format("stopping: {}", name));
   return reason == kLost ? ExitCode::pluginFailed : ExitCode::stopped;
-}
-
-std::vector<MainLoop::Chore> Host::chores(Services const& services) {
-  const auto feed = [this, &services] {
-    fNotifier.feed(fRoster.isAnythingLookedFor() ? services.utilities().finds() : 0);
-  };
-  return {{fNotifier.feedInterval(), feed},
-          {std::chrono::seconds(1), [this] { fRoster.resolveDoubts(); }}};
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include "host/daemon/HostSignals.h"
 #include "host/daemon/Options.h"
 #include "host/daemon/ServiceManager.h"
-#include "host/daemon/WatchdogFacts.h"
 #include "host/services/LogOutput.h"
 
 /// What the daemon runs with.
@@ -19,8 +18,7 @@ struct DaemonSetup {
   ServiceManager serviceManager;
   Findings findings{};  ///< what is wrong with the watchdog's configuration
   Options options{};
-  ConfigEntries host{};   ///< the host's own table of the main file
-  WatchdogFacts facts{};  ///< of the file that the watchdog reads
+  ConfigEntries host{};  ///< the host's own table of the main file
 };
 
 /// Runs the plug-ins until a signal asks for a stop, then ends them, the services

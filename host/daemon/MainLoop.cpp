@@ -1,6 +1,5 @@
 #include "host/daemon/MainLoop.h"
 
-#include <algorithm>
 #include <exception>
 #include <future>
 #include <nlohmann/json.hpp>
@@ -26,45 +25,6 @@ ApiResult resultOf(MainLoop::Job const& job) {
     return ApiError{ApiError::Code::internal, error.what()};
   }
 }
-
-/// The chores of a loop, and when each is due.
-class Timetable {
- public:
-  using Clock = std::chrono::steady_clock;
-
-  explicit Timetable(std::vector<MainLoop::Chore> const& chores) {
-    for (MainLoop::Chore const& chore : chores) {
-      if (chore.interval.count() > 0) fRows.push_back({chore, Clock::now() + cut(chore.interval)});
-    }
-  }
-
-  void runDue() {
-    for (Row& row : fRows) {
-      if (Clock::now() < row.due) continue;
-      row.chore.run();
-      row.due = Clock::now() + cut(row.chore.interval);
-    }
-  }
-
-  Clock::time_point next() const {
-    Clock::time_point first = Clock::now() + kLongest;
-    for (Row const& row : fRows) first = std::min(first, row.due);
-    return first;
-  }
-
- private:
-  static constexpr std::chrono::hours kLongest{24};  // what no clock's range is short of
-
-  static std::chrono::microseconds cut(std::chrono::microseconds interval) {
-    return std::min<std::chrono::microseconds>(interval, kLongest);
-  }
-
-  struct Row {
-    MainLoop::Chore const& chore;
-    Clock::time_point due;
-  };
-  std::vector<Row> fRows;
-};
 
 }  // namespace
 
@@ -101,12 +61,15 @@ void MainLoop::askToReload() {
 
 bool MainLoop::isAnythingToDo() const { return fIsStopped || fIsToReload || !fJobs.empty(); }
 
-int MainLoop::serve(std::function<void()> const& reload, std::vector<Chore> const& chores) {
-  Timetable timetable(chores);
+int MainLoop::serve(std::function<void()> const& reload, Chore const& chore) {
+  auto due = Clock::now() + chore.interval;
   while (true) {
-    timetable.runDue();
+    if (Clock::now() >= due) {
+      chore.run();
+      due = Clock::now() + chore.interval;
+    }
     std::unique_lock lock(fMutex);
-    fChanged.wait_until(lock, timetable.next(), [this] { return isAnythingToDo(); });
+    fChanged.wait_until(lock, due, [this] { return isAnythingToDo(); });
     if (fIsStopped) break;
     if (std::exchange(fIsToReload, false)) {
       lock.unlock();

@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "host/control/ApiResult.h"
 
@@ -22,7 +21,7 @@ class MainLoop {
 
   /// Done again and again, `interval` apart, but never during a job.
   struct Chore {
-    std::chrono::microseconds interval;  ///< zero: never
+    std::chrono::milliseconds interval;
     std::function<void()> run;
   };
 
@@ -44,7 +43,7 @@ class MainLoop {
 
   /// Does all that until `stop`. Whoever waits then, or asks later, is answered
   /// `unavailable`. Once.
-  int serve(std::function<void()> const& reload, std::vector<Chore> const& chores);
+  int serve(std::function<void()> const& reload, Chore const& chore);
 
  private:
   struct Waiting;

@@ -14,8 +14,6 @@
 #include <string_view>
 #include <utility>
 
-#include "host/daemon/Setup.h"
-
 namespace {
 
 using Json = nlohmann::json;
@@ -56,11 +54,11 @@ void logFindings(Findings const& findings, spdlog::logger& log) {
   }
 }
 
-Reload::Reload(DaemonSetup const& setup, Parts parts)
+Reload::Reload(DaemonSetup const& setup, WatchPlan plan, Parts parts)
     : fOptions(setup.options),
       fPlugins(setup.settings.plugins),
       fHost(setup.host),
-      fPlan{{setup.settings.configDir, setup.mainFile, reportedKeys(setup.findings)}, setup.facts},
+      fPlan(std::move(plan)),
       fParts(parts) {}
 
 ApiResult Reload::run() {
@@ -91,9 +89,10 @@ ApiResult Reload::apply(CheckedFile checked) {
   logFindings(checked.findings, fParts.checkLog);
   Json answer{{"findings", Json::parse(jsonOf(checked.findings))},
               {"needs_restart", needRestart(checked.host)}};
-  WatchdogFacts facts = readFacts(checked.file, checked.settings);
-  Plan plan{{checked.settings.configDir, std::move(checked.file), reportedKeys(checked.findings)},
-            std::move(facts)};
+  if (fOptions.dryRun) checked.settings.dryRun = true;
+  WatchPlan plan = planOf(checked.settings, std::move(checked.file), checked.findings);
+  // Where the new configuration fails, the former one is what was read of it.
+  fPlan.sources.files = fParts.configuration.filesRead();
   std::string cause;
   if (restart(plan, cause)) {
     fPlan = std::move(plan);
@@ -108,7 +107,7 @@ ApiResult Reload::apply(CheckedFile checked) {
   return refuse(fmt::format("{}; nor with the former configuration: {}", cause, formerCause));
 }
 
-bool Reload::restart(Plan const& plan, std::string& cause) {
+bool Reload::restart(WatchPlan const& plan, std::string& cause) {
   try {
     return tryRestart(plan, cause);
   } catch (std::exception const& error) {
@@ -117,15 +116,16 @@ bool Reload::restart(Plan const& plan, std::string& cause) {
   }
 }
 
-bool Reload::tryRestart(Plan const& plan, std::string& cause) {
-  // The first pass is made within the start, and what holds then must be known.
-  fParts.roster.announce(plan.facts);
+bool Reload::tryRestart(WatchPlan const& plan, std::string& cause) {
   fParts.plugins.stop();
   if (const std::string held = fParts.plugins.held(); !held.empty()) {
     cause = fmt::format("{} is still held by others, so that it may still run", held);
     fIsLost = true;
     return false;
   }
+  // The first pass is a part of the start. Not sooner: the former limits must not act
+  // where only the new ones may.
+  fParts.roster.announce(plan.facts);
   fParts.configuration.replace(plan.sources);
   if (!fParts.plugins.start(cause)) return false;
   fParts.configuration.reportUnused();

@@ -11,6 +11,7 @@
 #include "host/daemon/Daemon.h"
 #include "host/daemon/PluginLoader.h"
 #include "host/daemon/ServiceNotifier.h"
+#include "host/daemon/WatchPlan.h"
 #include "host/entries/Roster.h"
 #include "host/services/ConfigManager.h"
 #include "host/watch/RecordJournal.h"
@@ -32,7 +33,8 @@ class Reload {
   };
 
   /// @param setup that the host runs with.
-  Reload(DaemonSetup const& setup, Parts parts);
+  /// @param plan that the plug-ins were started with.
+  Reload(DaemonSetup const& setup, WatchPlan plan, Parts parts);
 
   /// As `IChanges::reload` says. What is refused leaves all as it was, or brings it
   /// back.
@@ -43,23 +45,17 @@ class Reload {
   bool isLost() const { return fIsLost; }
 
  private:
-  /// What the plug-ins are started with.
-  struct Plan {
-    ConfigSources sources;
-    WatchdogFacts facts;
-  };
-
   ApiResult read();
   ApiResult apply(CheckedFile checked);
-  bool restart(Plan const& plan, std::string& cause);
-  bool tryRestart(Plan const& plan, std::string& cause);
+  bool restart(WatchPlan const& plan, std::string& cause);
+  bool tryRestart(WatchPlan const& plan, std::string& cause);
   std::vector<std::string> needRestart(ConfigEntries const& host) const;
   void finish(ApiResult const& result);
 
   const Options fOptions;
   const std::vector<std::string> fPlugins;
   const ConfigEntries fHost;  ///< in force since the start
-  Plan fPlan;                 ///< in force
+  WatchPlan fPlan;            ///< in force
   Parts fParts;
   bool fIsLost = false;
 };

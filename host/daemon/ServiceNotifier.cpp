@@ -70,11 +70,13 @@ void ServiceNotifier::send(std::string const& state) {
 }
 
 void ServiceNotifier::ready(std::string const& status) {
+  const std::lock_guard lock(fMutex);
   fReadyStatus = "STATUS=" + status;
   send("READY=1\n" + fReadyStatus);
 }
 
 void ServiceNotifier::reloading() {
+  const std::lock_guard lock(fMutex);
   timespec now{};
   ::clock_gettime(CLOCK_MONOTONIC, &now);
   const auto since = std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
@@ -82,11 +84,18 @@ void ServiceNotifier::reloading() {
                    std::chrono::floor<std::chrono::microseconds>(since).count()));
 }
 
-void ServiceNotifier::reloaded() { send("READY=1\n" + fReadyStatus); }
+void ServiceNotifier::reloaded() {
+  const std::lock_guard lock(fMutex);
+  send("READY=1\n" + fReadyStatus);
+}
 
-void ServiceNotifier::stopping(std::string const& status) { send("STOPPING=1\nSTATUS=" + status); }
+void ServiceNotifier::stopping(std::string const& status) {
+  const std::lock_guard lock(fMutex);
+  send("STOPPING=1\nSTATUS=" + status);
+}
 
 void ServiceNotifier::feed(unsigned int finds) {
+  const std::lock_guard lock(fMutex);
   const bool isAlive = finds != fFinds || finds == 0;
   if (!isAlive) {
     if (++fHeldFor == kWorthAWord) reportHeld();

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host/daemon/ServiceManager.h"
@@ -11,7 +12,7 @@
 
 /// Tells the service manager how this process is, as sd_notify(3) describes it.
 /// Does nothing where nobody listens. A message that cannot be sent is reported
-/// once and stops nothing. Belongs to one thread.
+/// once and stops nothing. Any thread may call.
 class ServiceNotifier {
  public:
   ServiceNotifier(ServiceManager const& manager, std::shared_ptr<spdlog::logger> log);
@@ -30,9 +31,10 @@ class ServiceNotifier {
   std::chrono::microseconds feedInterval() const { return fFeedInterval; }
 
   /// Gives the sign of life, but only if processes were looked for since the last
-  /// one, or never were: then there is nothing to watch, and the life of the
+  /// one, or never were, or nothing is to be looked for: then the life of the
   /// calling thread is all that there is.
-  /// @param finds how often they were looked for, modulo the type; 0 for never.
+  /// @param finds how often they were looked for, modulo the type; 0 for never, and
+  ///        where nothing is to be looked for.
   void feed(unsigned int finds);
 
  private:
@@ -41,8 +43,9 @@ class ServiceNotifier {
   void reportHeld();
 
   std::shared_ptr<spdlog::logger> fLog;
-  UniqueFd fSocket;
   std::chrono::microseconds fFeedInterval{0};
+  std::mutex fMutex;  ///< guards what follows
+  UniqueFd fSocket;
   std::string fReadyStatus;
   unsigned int fFinds = 0;  ///< at the last sign of life
   int fHeldFor = 0;         ///< calls of `feed` in a row without one

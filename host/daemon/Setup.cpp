@@ -47,19 +47,10 @@ std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
     setup.settings.plugins.push_back(std::filesystem::absolute(plugin));
   }
   if (options.logLevel) setup.settings.log.level = *options.logLevel;
+  if (options.dryRun) setup.settings.dryRun = true;
   if (setup.settings.plugins.empty()) return noPlugin(options.configFile);
-  if (setup.mainFile) {
-    setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
-    setup.facts = readFacts(*setup.mainFile, setup.settings);
-  }
+  if (setup.mainFile) setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
   return setup;
-}
-
-WatchdogFacts readFacts(TomlFile const& mainFile, HostSettings const& settings) {
-  if (settings.configDir.empty()) return readWatchdogFacts(mainFile);
-  const auto own = readTomlFile(watchdogFile(settings));
-  auto const* file = std::get_if<TomlFile>(&own);
-  return file != nullptr ? readWatchdogFacts(*file) : WatchdogFacts{};
 }
 
 std::variant<std::shared_ptr<LogOutput>, Failure> openOutputs(HostSettings const& settings) {

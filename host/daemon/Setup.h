@@ -10,9 +10,5 @@
 /// Reads the configuration file and brings it together with the command line.
 std::variant<DaemonSetup, Failure> readSetup(Options const& options);
 
-/// What the main file, or in a folder of files per plug-in the watchdog's own, says to
-/// the watchdog; nothing where it cannot be read.
-WatchdogFacts readFacts(TomlFile const& mainFile, HostSettings const& settings);
-
 /// Opens the log, and makes sure of the file that started programs write to.
 std::variant<std::shared_ptr<LogOutput>, Failure> openOutputs(HostSettings const& settings);

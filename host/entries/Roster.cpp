@@ -28,8 +28,9 @@ WallTime now() { return std::chrono::floor<WallTime::duration>(std::chrono::syst
 
 }  // namespace
 
-Roster::Roster(WatchBoard& board, RecordJournal& journal, std::shared_ptr<spdlog::logger> log)
-    : fBoard(board), fJournal(journal), fLog(std::move(log)) {}
+Roster::Roster(std::shared_ptr<WatchBoard> board, std::shared_ptr<RecordJournal> journal,
+               std::shared_ptr<spdlog::logger> log)
+    : fBoard(std::move(board)), fJournal(std::move(journal)), fLog(std::move(log)) {}
 
 void Roster::announce(WatchdogFacts facts) {
   fFacts = std::move(facts);
@@ -37,8 +38,13 @@ void Roster::announce(WatchdogFacts facts) {
   for (auto const& [name, settings] : fAdded) {
     if (settings.dryRun && !isInFile(name)) fDryRun.names.insert(name);
   }
-  fBoard.setGlobals(fFacts.globals);
-  fBoard.setDryRun(fDryRun);
+  fBoard->setGlobals(fFacts.globals);
+  fBoard->setDryRun(fDryRun);
+  for (EntrySettings const& settings : fFacts.entries) {
+    fBoard->put(settings);
+    fWatched.insert(settings.name);
+  }
+  noteWatched();
 }
 
 void Roster::refresh() {
@@ -51,7 +57,6 @@ void Roster::refresh() {
     });
   }
   std::set<std::string> names = fWatched;
-  names.insert(fFacts.names.begin(), fFacts.names.end());
   for (auto const& [name, settings] : fAdded) names.insert(name);
   for (std::string const& name : names) review(name);
 }
@@ -60,14 +65,20 @@ void Roster::review(std::string const& name) {
   const auto watchdog = obtainWatchdog();
   auto settings = watchdog != nullptr ? settingsOf(*watchdog, name) : std::nullopt;
   if (!settings) {
-    fWatched.erase(name);
-    fBoard.drop(name);
+    forget(name);
     return;
   }
   settings->name = name;
   settings->origin = originOf(name);
   fWatched.insert(name);
-  fBoard.put(std::move(*settings));
+  noteWatched();
+  fBoard->put(std::move(*settings));
+}
+
+void Roster::forget(std::string const& name) {
+  fWatched.erase(name);
+  noteWatched();
+  fBoard->drop(name);
 }
 
 bool Roster::isInFile(std::string const& name) const {
@@ -97,9 +108,9 @@ ApiResult Roster::add(EntrySettings settings) {
   } else {
     dryRun.names.erase(name);
   }
-  fBoard.setDryRun(dryRun);
+  fBoard->setDryRun(dryRun);
   if (const int res = addEntry(*watchdog, settings); res != 0) {
-    fBoard.setDryRun(fDryRun);
+    fBoard->setDryRun(fDryRun);
     if (res == ProcessWatchdogResult::nameConflict) return conflict(name);
     return ApiError{Code::internal, fmt::format("`{}' cannot be watched, res={}", name, res)};
   }
@@ -121,20 +132,20 @@ ApiResult Roster::remove(std::string const& name) {
     return ApiError{Code::internal, fmt::format("`{}' cannot be removed, res={}", name, res)};
   }
   fAdded.erase(name);
-  fWatched.erase(name);
-  fBoard.drop(name);
-  if (fDryRun.names.erase(name) > 0) fBoard.setDryRun(fDryRun);
+  forget(name);
+  if (fDryRun.names.erase(name) > 0) fBoard->setDryRun(fDryRun);
   record(RecordKind::entryRemoved, name, "is watched no more");
   return answer(name);
 }
 
 void Roster::resolveDoubts() {
-  for (std::string const& name : fBoard.doubtful()) review(name);
+  for (std::string const& name : fBoard->doubtful()) review(name);
 }
 
-bool Roster::isAnythingLookedFor() const {
+void Roster::noteWatched() {
   GlobalSettings const& globals = fFacts.globals;
-  return (globals.cpuEnabled || globals.memEnabled || globals.instEnabled) && !fWatched.empty();
+  const bool isAnyOn = globals.cpuEnabled || globals.memEnabled || globals.instEnabled;
+  fIsAnythingLookedFor = isAnyOn && !fWatched.empty();
 }
 
 void Roster::record(RecordKind kind, std::string const& name, const char* what) {
@@ -143,5 +154,5 @@ void Roster::record(RecordKind kind, std::string const& name, const char* what) 
   record.kind = kind;
   record.entry = name;
   record.text = fmt::format("`{}' {}", name, what);
-  fJournal.append(std::move(record));
+  fJournal->append(std::move(record));
 }

@@ -2,6 +2,7 @@
 
 #include <spdlog/logger.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <set>
@@ -18,10 +19,11 @@
 /// Belongs to the thread of the plug-ins.
 class Roster {
  public:
-  /// @param board, journal outlive this object.
-  Roster(WatchBoard& board, RecordJournal& journal, std::shared_ptr<spdlog::logger> log);
+  Roster(std::shared_ptr<WatchBoard> board, std::shared_ptr<RecordJournal> journal,
+         std::shared_ptr<spdlog::logger> log);
 
-  /// Puts on the board what holds from the first pass on. Before the plug-ins start.
+  /// Puts on the board what is to hold from the first pass on. Before the plug-ins
+  /// start.
   /// @param facts of the file that they are about to read.
   void announce(WatchdogFacts facts);
 
@@ -36,21 +38,24 @@ class Roster {
   /// Asks the watchdog about each entry that the board has doubts about.
   void resolveDoubts();
 
-  /// Whether the watchdog has anything to look for.
-  bool isAnythingLookedFor() const;
+  /// Whether the watchdog has anything to look for. Any thread may call.
+  bool isAnythingLookedFor() const { return fIsAnythingLookedFor; }
 
  private:
   ApiResult add(EntrySettings settings);
   void review(std::string const& name);
+  void forget(std::string const& name);
+  void noteWatched();
   bool isInFile(std::string const& name) const;
   EntryOrigin originOf(std::string const& name) const;
   void record(RecordKind kind, std::string const& name, const char* what);
 
-  WatchBoard& fBoard;
-  RecordJournal& fJournal;
+  std::shared_ptr<WatchBoard> fBoard;
+  std::shared_ptr<RecordJournal> fJournal;
   std::shared_ptr<spdlog::logger> fLog;
   WatchdogFacts fFacts;                         ///< of the file in force
   DryRun fDryRun;                               ///< as the board has it
   std::map<std::string, EntrySettings> fAdded;  ///< by request
   std::set<std::string> fWatched;               ///< as the board has them
+  std::atomic<bool> fIsAnythingLookedFor{false};
 };

@@ -32,9 +32,16 @@ void ConfigManager::replace(ConfigSources sources) {
   auto opened = std::make_shared<Opened>();
   opened->directory = std::move(sources.directory);
   opened->reported = std::move(sources.reported);
+  opened->files = std::move(sources.files);
   if (sources.mainFile) opened->main = makeDocument(*opened, std::move(*sources.mainFile));
   const std::lock_guard lock(fMutex);
   fOpened = std::move(opened);
+  fFilesRead.clear();
+}
+
+std::map<std::string, TomlFile> ConfigManager::filesRead() const {
+  const std::lock_guard lock(fMutex);
+  return fFilesRead;
 }
 
 std::shared_ptr<const ConfigManager::Opened> ConfigManager::opened() const {
@@ -63,13 +70,34 @@ int ConfigManager::loadByID(PLiteral const& id, PBaseptr<IConfig>& config) {
     }
     const std::string directory = opened()->directory;
     if (directory.empty()) return openMain(id, config);
-    return openFile(id, std::filesystem::path(directory) / (name + ".toml"), config);
+    return openOfFolder(id, std::filesystem::path(directory) / (name + ".toml"), config);
   });
+}
+
+int ConfigManager::openOfFolder(PLiteral const& id, std::string const& path,
+                                PBaseptr<IConfig>& config) {
+  const auto from = opened();
+  const auto kept = from->files.find(path);
+  std::variant<TomlFile, TomlFailure> read;
+  if (kept != from->files.end()) {
+    read = kept->second;
+  } else {
+    read = readTomlFile(path);
+  }
+  if (auto const* file = std::get_if<TomlFile>(&read)) {
+    const std::lock_guard lock(fMutex);
+    fFilesRead[path] = *file;
+  }
+  return handOutRead(id, std::move(read), config);
 }
 
 int ConfigManager::openFile(PLiteral const& id, std::string const& path,
                             PBaseptr<IConfig>& config) const {
-  auto read = readTomlFile(path);
+  return handOutRead(id, readTomlFile(path), config);
+}
+
+int ConfigManager::handOutRead(PLiteral const& id, std::variant<TomlFile, TomlFailure> read,
+                               PBaseptr<IConfig>& config) const {
   if (auto const* failure = std::get_if<TomlFailure>(&read); failure != nullptr) {
     fLog->error("{}", failure->message);
     return failure->code == -ENOENT ? PResult::notFound : failure->code;

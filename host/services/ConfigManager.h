@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <variant>
 
 #include "framework/IConfigManager.h"
 #include "host/RefCounted.h"
@@ -24,6 +25,10 @@ struct ConfigSources {
 
   /// By file, the keys and tables that were reported before and are not again.
   std::map<std::string, std::set<std::string>> reported{};
+
+  /// By path, files of the folder that are served as they are here, whatever is on
+  /// the disk by now.
+  std::map<std::string, TomlFile> files{};
 };
 
 /// Opens TOML files. What is wrong with a file is logged here; clients get a
@@ -34,6 +39,10 @@ class ConfigManager : public RefCounted<IConfigManager> {
 
   /// What is opened from now on comes from there. Any thread may call.
   void replace(ConfigSources sources);
+
+  /// By path, the files that were opened from the folder since the last `replace`, as
+  /// they were when they were last read. Any thread may call.
+  std::map<std::string, TomlFile> filesRead() const;
 
   int loadByPath(PLiteral const& path, PBaseptr<IConfig>& config) override;
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override;
@@ -49,15 +58,20 @@ class ConfigManager : public RefCounted<IConfigManager> {
   struct Opened {
     std::string directory;
     std::map<std::string, std::set<std::string>> reported;
+    std::map<std::string, TomlFile> files;
     std::shared_ptr<ConfigDocument> main;
   };
 
   std::shared_ptr<const Opened> opened() const;
   std::shared_ptr<ConfigDocument> makeDocument(Opened const& from, TomlFile file) const;
   int openFile(PLiteral const& id, std::string const& path, PBaseptr<IConfig>& config) const;
+  int openOfFolder(PLiteral const& id, std::string const& path, PBaseptr<IConfig>& config);
+  int handOutRead(PLiteral const& id, std::variant<TomlFile, TomlFailure> read,
+                  PBaseptr<IConfig>& config) const;
   int openMain(PLiteral const& id, PBaseptr<IConfig>& config) const;
 
   std::shared_ptr<spdlog::logger> fLog;
-  mutable std::mutex fMutex;  ///< guards the pointer that follows
+  mutable std::mutex fMutex;  ///< guards what follows
   std::shared_ptr<const Opened> fOpened;
+  std::map<std::string, TomlFile> fFilesRead;
 };
