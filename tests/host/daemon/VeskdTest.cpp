@@ -6,11 +6,9 @@
 
 #include <algorithm>
 #include <csignal>
-#include <memory>
 
 #include "host/daemon/ServiceManager.h"
-#include "tests/host/daemon/ChildProcess.h"
-#include "tests/host/process/TemporaryFolder.h"
+#include "tests/host/daemon/VeskdFixture.h"
 
 using testing::AnyOf;
 using testing::HasSubstr;
@@ -20,41 +18,7 @@ using testing::StartsWith;
 
 namespace {
 
-const std::string kHost = "[host]\nplugins = ['" WATCHDOG "']\n";
-const std::string kGlobals =
-    "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
-    "sample_time = 1\n";
-
-class Veskd : public testing::Test {
- protected:
-  /// Ends what the daemon started and left running, whatever the test came to.
-  void TearDown() override {
-    for (auto const& process : std::filesystem::directory_iterator("/proc")) {
-      std::error_code none;
-      const auto program = std::filesystem::read_symlink(process.path() / "exe", none).string();
-      if (program.starts_with(path())) ::kill(std::stoi(process.path().filename()), SIGKILL);
-    }
-  }
-
-  /// Writes the file and runs the daemon on it, behind `words` if there are any.
-  std::unique_ptr<ChildProcess> run(std::string const& text, std::vector<std::string> words = {}) {
-    fFolder.makeFile("v.toml", text);
-    words.insert(words.end(), {VESKD, "-c", path("v.toml")});
-    return std::make_unique<ChildProcess>(words);
-  }
-
-  /// A table that keeps a copy of `program` alive. @return its text.
-  std::string entryOf(std::string const& program, std::string const& arguments) {
-    std::filesystem::copy_file(program, path(fName));
-    return "[watchdog.process.1]\nname = '" + fName + "'\nexecutable = '" + path(fName) +
-           "'\narguments = '" + arguments + "'\nrespawn_enabled = true\nrespawn_limit = 1\n";
-  }
-
-  std::string path(std::string const& name = "") const { return fFolder.path(name); }
-
-  TemporaryFolder fFolder;
-  const std::string fName = "veskt" + std::to_string(::getpid());
-};
+using Veskd = VeskdFixture;
 
 TEST_F(Veskd, EndsWithTheCodeAndTheLineOfWhatIsWrong) {
   struct Case {
@@ -102,14 +66,15 @@ TEST_F(Veskd, StopsCleanlyOnEachStopSignal) {
     std::vector<int> signals;
     std::string name;
   };
-  for (Case const& each : {Case{{}, {SIGINT}, "SIGINT"}, Case{{}, {SIGHUP}, "SIGHUP"},
-                           Case{{"nohup"}, {SIGHUP, SIGTERM}, "SIGTERM"}}) {
+  for (Case const& each :
+       {Case{{}, {SIGINT}, "SIGINT"}, Case{{"nohup"}, {SIGHUP, SIGTERM}, "SIGTERM"}}) {
     auto veskd = run(kHost + kGlobals, each.words);
     EXPECT_NE(veskd->awaitLine(", plug-ins: 1"), "") << veskd->text();
     for (const int number : each.signals) veskd->signal(number);
     EXPECT_NE(veskd->awaitLine(" info veskd: stopping: " + each.name), "") << veskd->text();
     EXPECT_NE(veskd->awaitLine(" info veskd: stopped"), "") << veskd->text();
     EXPECT_EQ(veskd->awaitEnd(), 0) << each.name;
+    EXPECT_THAT(veskd->text(), Not(HasSubstr("reload"))) << "nohup";
   }
 }
 
