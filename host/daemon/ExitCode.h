@@ -20,10 +20,10 @@ struct ExitCodeMeaning {
 
 /// All of them, as `--help` shows them.
 inline constexpr std::array<ExitCodeMeaning, 7> kExitCodes = {{
-    {ExitCode::stopped, "stopped by request (SIGTERM, SIGINT or SIGHUP); --check: no error"},
+    {ExitCode::stopped, "stopped by request (SIGTERM or SIGINT); --check: no error"},
     {ExitCode::badCommandLine, "wrong command line"},
     {ExitCode::noConfiguration, "configuration file missing or unreadable"},
-    {ExitCode::pluginFailed, "a plug-in cannot be loaded or started, or none is given"},
+    {ExitCode::pluginFailed, "a plug-in cannot be loaded, started or reloaded, or none is given"},
     {ExitCode::systemFailed, "the operating system refused something"},
     {ExitCode::noOutput, "log file or program output cannot be opened"},
     {ExitCode::badConfiguration, "wrong content of the configuration file; --check: an error"},

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr const char* kPurpose =
-    "Runs plug-in libraries in the foreground until SIGTERM, SIGINT or SIGHUP.";
+    "Runs plug-in libraries in the foreground until SIGTERM or SIGINT; SIGHUP reloads.";
 
 std::string exitCodes() {
   std::string text = "Exit status:\n";
