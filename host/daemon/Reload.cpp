@@ -63,13 +63,21 @@ Reload::Reload(DaemonSetup const& setup, WatchPlan plan, Parts parts)
 
 ApiResult Reload::run() {
   fParts.notifier.reloading();
-  ApiResult result = read();
+  ApiResult result = tryRun();
   if (auto* error = std::get_if<ApiError>(&result); error != nullptr && fIsLost) {
     error->code = ApiError::Code::internal;
   }
   finish(result);
   if (!fIsLost) fParts.notifier.reloaded();
   return result;
+}
+
+ApiResult Reload::tryRun() {
+  try {
+    return read();
+  } catch (std::exception const& error) {
+    return refuse(error.what());
+  }
 }
 
 ApiResult Reload::read() {

@@ -45,6 +45,7 @@ class Reload {
   bool isLost() const { return fIsLost; }
 
  private:
+  ApiResult tryRun();
   ApiResult read();
   ApiResult apply(CheckedFile checked);
   bool restart(WatchPlan const& plan, std::string& cause);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -139,7 +140,11 @@ ApiResult Roster::remove(std::string const& name) {
 }
 
 void Roster::resolveDoubts() {
-  for (std::string const& name : fBoard->doubtful()) review(name);
+  try {
+    for (std::string const& name : fBoard->doubtful()) review(name);
+  } catch (std::exception const& error) {
+    fLog->warn("cannot ask what is watched: {}", error.what());
+  }
 }
 
 void Roster::noteWatched() {
