@@ -37,7 +37,7 @@ inline constexpr const char* kFalseHolds = "not read, false holds";
 inline constexpr const char* kZeroHolds = "not read, 0 holds";
 
 /// Of each program. The action is a text of a few, which a rule of its own checks.
-inline constexpr std::array<WatchdogKey, 17> kProgramKeys = {{
+inline constexpr std::array<WatchdogKey, 18> kProgramKeys = {{
     {"name", KeyKind::text, "this program and all that follow are not watched"},
     {"period", KeyKind::integer, "not read, 5 holds", 1, std::numeric_limits<int>::max(),
      "1 holds"},
@@ -59,6 +59,7 @@ inline constexpr std::array<WatchdogKey, 17> kProgramKeys = {{
     {"executable", KeyKind::text, "not read, nothing can be started"},
     {"arguments", KeyKind::text, "not read, the program is started without any"},
     {"working_dir", KeyKind::text, "not read, the host's own holds"},
+    {"dry_run", KeyKind::boolean, kFalseHolds},
 }};
 
 inline constexpr std::array<std::string_view, 4> kActions = {"none", "terminate", "restart",

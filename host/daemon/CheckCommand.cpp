@@ -5,24 +5,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <iterator>
 #include <system_error>
 #include <utility>
 
 #include "host/check/CheckConfiguration.h"
 #include "host/check/WatchdogKeys.h"
+#include "host/daemon/WatchdogFacts.h"
 #include "host/services/LogFormat.h"
 
 namespace {
-
-constexpr const char* kWatchdogLibrary = "libveskp.watchdog.process.so";
-
-bool runsWatchdog(HostSettings const& settings) {
-  return std::ranges::any_of(settings.plugins, [](std::filesystem::path const& path) {
-    return path.filename().string().starts_with(kWatchdogLibrary);
-  });
-}
 
 Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
   return {path, failure.position, Severity::error, failure.cause, "", Reporter::others};
@@ -31,8 +23,7 @@ Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
 /// Of the watchdog's own file in the folder of files per plug-in.
 Findings checkOwnFile(std::string const& mainFile, HostSettings const& settings,
                       FilePosition configDir) {
-  const std::string name = std::string(kWatchdogConfiguration) + ".toml";
-  const std::string path = std::filesystem::path(settings.configDir) / name;
+  const std::string path = watchdogFilePath(settings);
   auto read = readTomlFile(path);
   auto const* failure = std::get_if<TomlFailure>(&read);
   if (failure == nullptr) return checkConfiguration(std::get<TomlFile>(read), true);

@@ -133,10 +133,11 @@ ConfigValue const* storeRestartLimit(ConfigValue const& value, Target& target) {
   return nullptr;
 }
 
-ConfigValue const* storeProcessEvents(ConfigValue const& value, Target& target) {
+template <auto member>
+ConfigValue const* storeFlag(ConfigValue const& value, Target& target) {
   auto const* flag = std::get_if<bool>(&value.content);
   if (flag == nullptr) return &value;
-  target.settings.processEvents = *flag;
+  target.settings.*member = *flag;
   return nullptr;
 }
 
@@ -156,14 +157,14 @@ struct Row {
   Store store;
 };
 
-constexpr std::array<Row, 14> kRows = {{
+constexpr std::array<Row, 15> kRows = {{
     {"plugins", "an array of strings that name files", storePlugins},
     {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
     {"log_file", "a string that names a file", storeLogFile},
     {"config_dir", "a string that names a folder", storePath<&HostSettings::configDir>},
     {"kill_grace_ms", "an integer from 0 to 600000", storeKillGrace},
     {"program_output", "a string that names a file", storePath<&HostSettings::programOutput>},
-    {"process_events", "a boolean", storeProcessEvents},
+    {"process_events", "a boolean", storeFlag<&HostSettings::processEvents>},
     {"program_environment", R"(an array of "NAME=value" or "NAME", each name once,)",
      storeProgramEnvironment},
     {"program_limits",
@@ -175,6 +176,7 @@ constexpr std::array<Row, 14> kRows = {{
     {"restart_limit", "an integer from 0 to 100", storeRestartLimit<&RestartLimits::limit, 0, 100>},
     {"restart_window", "an integer from 1 to 31536000",
      storeRestartLimit<&RestartLimits::window, 1, 31'536'000>},
+    {"dry_run", "a boolean", storeFlag<&HostSettings::dryRun>},
     {"state_dir", "a string that names a folder", storePath<&HostSettings::stateDir>},
 }};
 

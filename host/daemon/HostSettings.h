@@ -31,6 +31,7 @@ struct HostSettings {
   std::vector<ProgramLimit> programLimits;                    ///< at most one for each resource
   std::string restartCommand;  ///< restarts the operating system; empty: the kernel does
   RestartLimits restartLimits;
+  bool dryRun = false;   ///< act on nothing, and say what would be done
   std::string stateDir;  ///< where restarts are remembered; empty: nowhere
 };
 

@@ -47,6 +47,8 @@ std::variant<Options, Answer, Failure> parseOptions(int argc, const char* const*
   app.add_option("--log-level", level, "Least level to log, in place of the file's")
       ->type_name("LEVEL")
       ->check(CLI::IsMember(levelNames()));
+  app.add_flag("--dry-run", options.dryRun,
+               "Watch, and only say what would be ended, started or restarted");
   auto* check = app.add_flag("--check", options.check,
                              "Say what is wrong with the configuration file, and run nothing")
                     ->needs(config);

@@ -14,8 +14,9 @@ struct Options {
   std::string configFile;  ///< empty when none is given
   std::vector<std::string> plugins;
   std::optional<spdlog::level::level_enum> logLevel;
-  bool check = false;  ///< check the configuration file and run nothing
-  bool json = false;   ///< print what the check finds as JSON
+  bool dryRun = false;  ///< act on nothing
+  bool check = false;   ///< check the configuration file and run nothing
+  bool json = false;    ///< print what the check finds as JSON
 };
 
 /// `--help`, `--version` or `--check`: what to print before the end.

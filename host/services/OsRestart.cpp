@@ -55,6 +55,8 @@ int OsRestart::restart(int mode) {
       fLog->error("operating-system restart refused: there is no mode {}", mode);
       return -EINVAL;
     }
+    const std::string cause = fMeans.cause ? fMeans.cause() : "";
+    if (!cause.empty()) return request(cause);
     return request(fmt::format("requested by a plug-in (argument {})", mode));
   });
 }
@@ -66,6 +68,10 @@ int OsRestart::request(std::string const& cause) {
     {
       const std::lock_guard lock(fMutex);
       if (const auto answer = answerAtOnce(moment)) return *answer;
+      if (fMeans.isPretended && fMeans.isPretended()) {
+        fLog->warn("dry run: would have restarted the operating system: {}", cause);
+        return PResult::ok;
+      }
       past = add(moment, cause);
       fIsBeingMade = true;
     }

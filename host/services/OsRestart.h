@@ -34,6 +34,12 @@ struct RestartMeans {
 
   /// Whether this process may restart the kernel.
   bool isRoot = false;
+
+  /// Why the calling thread wants a restart; empty where that is not known.
+  std::function<std::string()> cause{};
+
+  /// Whether a dry run holds back what the calling thread wants.
+  std::function<bool()> isPretended{};
 };
 
 /// By what the moment of a restart is told.
@@ -59,7 +65,8 @@ struct RestartState {
 /// decide, or else by the kernel, if the host is root. A restart is recorded before
 /// it is made, and not made beyond the limits. What is asked for while one is under
 /// way is not made again: while its command runs, and for two minutes from the
-/// start of the command, which the machine may take to go down.
+/// start of the command, which the machine may take to go down. What a dry run holds
+/// back is judged by the limits, but neither made nor counted.
 class OsRestart : public RefCounted<IOSRestart> {
  public:
   static constexpr std::chrono::seconds kTimeToGoDown{120};

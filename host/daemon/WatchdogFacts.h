@@ -1,0 +1,38 @@
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/daemon/HostSettings.h"
+#include "host/services/TomlFile.h"
+#include "host/watch/WatchBoard.h"
+
+/// What the file that serves the watchdog says, as far as the host wants to know.
+struct WatchdogFacts {
+  GlobalSettings globals;
+
+  /// As the watchdog would load them: up to the first gap, the first of those with one
+  /// name, and what it falls back to for what it does not read.
+  std::vector<EntrySettings> entries;
+  std::vector<std::string> names;  ///< of these, in the order of the file
+  DryRun dryRun;                   ///< of programs; that of the host is not in this file
+
+  /// The keys that the host alone asks for.
+  std::set<std::string> hostKeys;
+};
+
+/// @param file without the host's own table.
+WatchdogFacts readWatchdogFacts(TomlFile const& file);
+
+/// Whether the watchdog is among the plug-ins.
+bool runsWatchdog(HostSettings const& settings);
+
+/// The watchdog's own file in the folder of files per plug-in.
+std::string watchdogFilePath(HostSettings const& settings);
+
+/// The file that serves the watchdog; nothing where there is none, or none that can
+/// be read.
+std::optional<TomlFile> watchdogFile(HostSettings const& settings,
+                                     std::optional<TomlFile> const& mainFile);
