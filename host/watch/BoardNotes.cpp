@@ -236,7 +236,7 @@ void WatchBoard::endAct(int result, std::optional<unsigned int> pid) noexcept {
       pass->isInCall = false;
       pass->ended = fClock->monotonic();
       if (Watched* entry = turnOf(*pass); entry != nullptr && pass->act.kind == RecordKind::kill) {
-        entry->mirror.killed(result);
+        entry->mirror.killed(result, pass->act.isPretended);
       }
       if (EntryTotals* totals = totalsFor(*pass)) count(pass->act, result, *totals);
       record = recordOf(*pass, result, pid);

@@ -54,7 +54,11 @@ class EntryMirror {
   std::string reasonOfInstanceEvent() const;
 
   /// How the kill ended that a reason was asked for last.
-  void killed(int result) { fLastKill.result = result; }
+  /// @param isPretended a dry run held it back.
+  void killed(int result, bool isPretended) {
+    fLastKill.result = result;
+    fLastKill.isPretended = isPretended;
+  }
 
   /// The turn is over: what comes next is another entry.
   void settle();
@@ -85,6 +89,7 @@ class EntryMirror {
     unsigned int pid = 0;
     unsigned int count = 0;  ///< of processes, for this cause
     int result = 0;
+    bool isPretended = false;
   };
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 

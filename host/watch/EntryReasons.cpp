@@ -63,14 +63,16 @@ std::string EntryMirror::reasonToKill(unsigned int pid) {
   auto [cause, reason] = judgeNext(pid);
   const bool isNext = cause == Cause::instances && fLastKill.cause == cause;
   const unsigned int count = isNext ? fLastKill.count + 1 : 1;
-  fLastKill = {cause, std::move(reason), pid, count, PResult::ok};
+  fLastKill = {cause, std::move(reason), pid, count};
   return fLastKill.reason;
 }
 
 std::string EntryMirror::restartReason() const {
-  const std::string whom = fLastKill.count == 1 ? fmt::format("process {} was", fLastKill.pid)
-                                                : fmt::format("{} processes were", fLastKill.count);
-  return fmt::format("restart: {} ended just before: {}", whom, fLastKill.reason);
+  const bool isOne = fLastKill.count == 1;
+  const std::string whom = isOne ? fmt::format("process {}", fLastKill.pid)
+                                 : fmt::format("{} processes", fLastKill.count);
+  const char* was = fLastKill.isPretended ? "would have been" : isOne ? "was" : "were";
+  return fmt::format("restart: {} {} ended just before: {}", whom, was, fLastKill.reason);
 }
 
 std::string EntryMirror::reasonToStart() {
