@@ -15,11 +15,6 @@
 
 namespace {
 
-CallTimes timesOf(std::chrono::microseconds begun, std::chrono::microseconds ended) {
-  using std::chrono::milliseconds;
-  return {std::chrono::floor<milliseconds>(begun), std::chrono::floor<milliseconds>(ended)};
-}
-
 constexpr const char* kUnknownReason = "reason not known to the host";
 
 /// What is counted of an act, when it succeeds and when it fails.
@@ -120,11 +115,19 @@ WatchBoard::Reading WatchBoard::beginReading(unsigned int pid) noexcept {
 template <class Note>
 void WatchBoard::endReading(Reading const& reading, Note&& note) noexcept {
   if (reading.pass == nullptr) return;
-  const auto now = fClock->monotonic();
+  ThreadPass& pass = *reading.pass;
   const std::lock_guard lock(fMutex);
-  reading.pass->isInCall.store(false, std::memory_order_relaxed);
-  reading.pass->ended = now;
-  if (Watched* entry = turnOf(*reading.pass)) note(entry->mirror, timesOf(reading.begun, now));
+  pass.isInCall.store(false, std::memory_order_relaxed);
+  Watched* entry = turnOf(pass);
+  if (entry != nullptr) {
+    const auto begun = std::chrono::floor<std::chrono::milliseconds>(reading.begun);
+    note(entry->mirror, CallTimes{begun, *fClock});
+  }
+  if (entry == nullptr || entry->mirror.isAtLast()) {
+    pass.ended = fClock->monotonic();
+  } else {
+    pass.ended = std::max(pass.ended, reading.begun);
+  }
 }
 
 void WatchBoard::endRunning(Reading const& reading, unsigned int pid, int result,

@@ -134,7 +134,7 @@ void EntryMirror::noteCpu(unsigned int pid, CallTimes const& times, int result,
   if (process == nullptr) return;
   process->seen.cpuPercent.reset();
   if (result == PResult::ok) process->seen.cpuPercent = percent;
-  addSample(*process, times.ended);
+  addSample(*process, times);
   process->window.cpuSum += percent;  // a failed reading too, as the watchdog does
 }
 
@@ -144,15 +144,15 @@ void EntryMirror::noteMemory(unsigned int pid, CallTimes const& times, int resul
   if (process == nullptr) return;
   process->seen.memoryKib.reset();
   if (result == PResult::ok) process->seen.memoryKib = kib;
-  addSample(*process, times.ended);
+  addSample(*process, times);
   process->window.memorySum += kib;
 }
 
-void EntryMirror::addSample(Process& process, std::chrono::milliseconds ended) {
+void EntryMirror::addSample(Process& process, CallTimes const& times) {
   if (!process.isSampled) ++process.window.samples;
   process.isSampled = true;
   // The window opens when the whole first sample is taken.
-  if (process.window.samples == 1) process.window.start = ended;
+  if (process.window.samples == 1) process.window.start = times.now();
 }
 
 bool EntryMirror::isOver(Process const& process) const {

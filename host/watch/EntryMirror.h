@@ -8,12 +8,18 @@
 #include <utility>
 #include <vector>
 
+#include "host/watch/IWatchClock.h"
 #include "host/watch/WatchView.h"
 
-/// When a call of the watchdog began and ended.
+/// When a call of the watchdog began, and by what clock; it ends when it is told. A
+/// clock costs as much as all the rest here, so it is only read where that matters.
 struct CallTimes {
   std::chrono::milliseconds begun{};
-  std::chrono::milliseconds ended{};
+  IWatchClock const& clock;
+
+  std::chrono::milliseconds now() const {
+    return std::chrono::floor<std::chrono::milliseconds>(clock.monotonic());
+  }
 };
 
 /// One entry as the watchdog has it in its own memory: the processes of the last
@@ -60,6 +66,9 @@ class EntryMirror {
     fLastKill.isPretended = isPretended;
   }
 
+  /// Whether the process that is handled is the last of this turn.
+  bool isAtLast() const { return fCurrent + 1 == fProcesses.size(); }
+
   /// The turn is over: what comes next is another entry.
   void settle();
 
@@ -98,7 +107,7 @@ class EntryMirror {
   Window takeWindow(unsigned int pid);
   void beginTurn();
   Process* turnTo(unsigned int pid, CallTimes const& times);
-  static void addSample(Process& process, std::chrono::milliseconds ended);
+  static void addSample(Process& process, CallTimes const& times);
   bool isOver(Process const& process) const;
   bool isCpuReached(Process const& process) const;
   bool isMemoryReached(Process const& process) const;
