@@ -5,6 +5,7 @@
 #include <sys/reboot.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -45,8 +46,13 @@ RestartMoment OsRestart::now() const {
 }
 
 RestartState OsRestart::state() const {
+  const RestartMoment moment = now();
   const std::lock_guard lock(fMutex);
-  return fState;
+  RestartState state = fState;
+  state.limit = fLimits.limit;
+  state.inWindow = static_cast<unsigned int>(std::ranges::count_if(
+      state.past, [&](auto const& each) { return ageOf(each, moment) < fLimits.window; }));
+  return state;
 }
 
 int OsRestart::restart(int mode) {

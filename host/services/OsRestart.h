@@ -59,6 +59,8 @@ struct RestartState {
   /// The oldest first. Those that are older than the window stay until the next.
   std::vector<PastRestart> past;
   std::optional<Refusal> lastRefusal;
+  unsigned int inWindow = 0;  ///< of the past ones, those that count for the limit now
+  unsigned int limit = 0;     ///< how many the window may hold
 };
 
 /// Restarts the operating system: by the configured command, whose own rights
