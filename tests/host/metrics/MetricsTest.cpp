@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+#include <set>
 #include <sstream>
 
 #include "tests/host/process/TemporaryFolder.h"
@@ -57,7 +59,7 @@ class MetricsText : public testing::Test {
                       return each.settings.name == "nginx" ? "missing" : "ok";
                     },
                     [] {
-                      return OwnUsage{milliseconds(2'250), 6'815'744, 1, 40, {}};
+                      return OwnUsage{milliseconds(2'250), 6'815'744, 1, 40, 1024};
                     },
                     [] { return WallTime(milliseconds(1'700'000'001'500)); }})
         .text();
@@ -129,9 +131,8 @@ TEST_F(MetricsText, LeavesOutWhatIsOffOrUnknown) {
   fRestarts = {};
   const std::string off = text();
   for (const std::string name :
-       {"veskd_last_", "entry_cpu_limit", "entry_instance_limit", "process_max_fds",
-        "entry_instances{entry=\"nginx", "entry_memory_limit_bytes{entry=\"gone",
-        "entry_memory_bytes{entry=\"gone"}) {
+       {"veskd_last_", "entry_cpu_limit", "entry_instance_limit", "entry_instances{entry=\"nginx",
+        "entry_memory_limit_bytes{entry=\"gone", "entry_memory_bytes{entry=\"gone"}) {
     EXPECT_THAT(off, Not(HasSubstr(name)));
   }
   expectLines(R"(veskd_entry_look_success{entry="nginx"} 0
@@ -163,9 +164,27 @@ a:b 1099511627776)");
   const TemporaryFolder folder;
   folder.makeFile("metrics", text());
   const std::string files = "<" + folder.path("metrics") + " >" + folder.path("found") + " 2>&1";
-  EXPECT_EQ(std::system(("promtool check metrics " + files).c_str()), 3 << 8);
+  EXPECT_EQ(std::system((PROMTOOL " check metrics " + files).c_str()), 3 << 8);
   EXPECT_THAT(linesOf(contentOf(folder.path("found"))),
               Each(MatchesRegex("(wd_proc_count|U__.*|a:b) .*")));
+}
+
+TEST_F(MetricsText, HasWhatIsDocumentedAndWhatIsAskedFor) {
+  fView.entries[0].settings.instEnabled = true;
+  fRestarts.lastRefusal.emplace();
+  const auto namesIn = [](std::string const& content) {
+    const std::regex name("\\b(veskd|process)_[a-z_]*[a-z]");
+    std::set<std::string> names;
+    for (std::sregex_iterator at(content.begin(), content.end(), name), end; at != end; ++at) {
+      names.insert(at->str());
+    }
+    return names;
+  };
+  const auto exposed = namesIn(text());
+  EXPECT_EQ(namesIn(contentOf(DOCUMENTS "/metrics.md")), exposed);
+  for (const std::string file : {SHIPPED "/veskd.rules.yml", SHIPPED "/grafana-dashboard.json"}) {
+    EXPECT_THAT(exposed, testing::IsSupersetOf(namesIn(contentOf(file)))) << file;
+  }
 }
 
 TEST(OwnUsage, IsThatOfThisProcess) {
