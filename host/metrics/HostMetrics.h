@@ -15,7 +15,7 @@ struct HostMoment {
   RestartState restarts;
   OwnUsage usage;
   WallTime now;
-  std::uint64_t records;  ///< made since the host started
+  std::uint64_t records = 0;  ///< made since the host started
 };
 
 /// Adds what concerns the host as a whole.
