@@ -27,33 +27,53 @@ std::string expectation(WatchdogKey const& key) {
   }
 }
 
-void checkValue(KeyTable& table, WatchdogKey const& key, Severity severity) {
-  const auto wrong = [&table, &key](std::string const& found, const char* result) {
-    return fmt::format("`{}' is {}, but {} is expected: {}", table.fullKey(key.name), found,
-                       expectation(key), result);
-  };
-  ConfigEntry const* entry = table.entry(key.name);
-  if (entry == nullptr) {
-    ConfigEntry const* inner = table.firstInside(key.name);
-    if (inner == nullptr) return;
-    table.add(severity, inner->keyPosition, key.name, wrong("a table", key.ifUnread));
-    return;
+/// Whether the value is of the right type, whatever it says.
+bool isOfType(ConfigEntry const& entry, WatchdogKey const& key) {
+  auto const& content = entry.value.content;
+  switch (key.kind) {
+    case KeyKind::boolean:
+      return std::holds_alternative<bool>(content);
+    case KeyKind::integer:
+      return std::holds_alternative<long long>(content);
+    default:
+      return std::holds_alternative<std::string>(content);
   }
-  if (!isReadable(table, key)) {
-    table.add(severity, entry->value.position, key.name,
-              wrong(describe(entry->value), key.ifUnread));
-    return;
-  }
-  if (key.kind != KeyKind::integer) return;
+}
+
+bool isInRange(KeyTable const& table, WatchdogKey const& key) {
+  if (key.kind != KeyKind::integer) return true;
   const int number = *table.integer(key.name);
-  if (number >= key.least && number <= key.most) return;
-  table.warnAtValue(key.name, wrong(describe(entry->value), key.ifOutOfRange));
+  return number >= key.least && number <= key.most;
 }
 
 }  // namespace
 
+std::optional<KeyFault> faultOf(KeyTable const& table, WatchdogKey const& key) {
+  const auto wrong = [&table, &key](std::string const& found) {
+    return fmt::format("`{}' is {}, but {} is expected", table.fullKey(key.name), found,
+                       expectation(key));
+  };
+  ConfigEntry const* entry = table.entry(key.name);
+  if (entry == nullptr) {
+    ConfigEntry const* inner = table.firstInside(key.name);
+    if (inner == nullptr) return std::nullopt;
+    return KeyFault{KeyFault::Kind::type, inner->keyPosition, wrong("a table")};
+  }
+  const bool isRead = isReadable(table, key);
+  if (isRead && isInRange(table, key)) return std::nullopt;
+  const auto kind = isOfType(*entry, key) ? KeyFault::Kind::content : KeyFault::Kind::type;
+  return KeyFault{kind, entry->value.position, wrong(describe(entry->value))};
+}
+
 void checkValues(KeyTable& table, std::span<WatchdogKey const> keys, Severity severity) {
-  for (WatchdogKey const& key : keys) checkValue(table, key, severity);
+  for (WatchdogKey const& key : keys) {
+    const auto fault = faultOf(table, key);
+    if (!fault) continue;
+    ConfigEntry const* entry = table.entry(key.name);
+    const bool isRead = entry != nullptr && isReadable(table, key);
+    table.add(isRead ? Severity::warning : severity, fault->position, key.name,
+              fmt::format("{}: {}", fault->what, isRead ? key.ifOutOfRange : key.ifUnread));
+  }
 }
 
 std::vector<std::string_view> namesOf(std::span<WatchdogKey const> keys) {

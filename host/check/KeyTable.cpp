@@ -15,7 +15,8 @@ KeyTable::KeyTable(TomlFile const& file, std::string table, Findings& findings)
     : fFile(file), fTable(std::move(table)), fFindings(findings) {}
 
 std::string KeyTable::fullKey(std::string_view key) const {
-  return key.empty() ? fTable : fTable + '.' + std::string(key);
+  if (key.empty()) return fTable;
+  return fTable.empty() ? std::string(key) : fTable + '.' + std::string(key);
 }
 
 ConfigEntry const* KeyTable::entry(std::string_view key) const {

@@ -10,7 +10,7 @@
 class KeyTable {
  public:
   /// @param file, findings outlive this object.
-  /// @param table dotted, without a dot at its end.
+  /// @param table dotted, without a dot at its end; empty for the top of the file.
   KeyTable(TomlFile const& file, std::string table, Findings& findings);
 
   std::string const& table() const { return fTable; }

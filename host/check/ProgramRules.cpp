@@ -77,12 +77,10 @@ void checkName(KeyTable& program) {
 }
 
 void checkAction(KeyTable& program) {
-  std::string const* action = program.text("action");
-  if (action == nullptr || std::ranges::find(kActions, *action) != kActions.end()) return;
-  program.warnAtValue(
-      "action",
-      fmt::format("`{}' is \"{}\", which is no action{} \"none\" holds", program.fullKey("action"),
-                  *action, didYouMean(*action, {kActions.begin(), kActions.end()}, ":")));
+  const std::string fault = actionFault(program);
+  if (fault.empty()) return;
+  const char* separator = fault.ends_with('?') ? "" : ":";
+  program.warnAtValue("action", fmt::format("{}{} \"none\" holds", fault, separator));
 }
 
 void checkArguments(KeyTable& program) {
@@ -148,6 +146,13 @@ void checkExecutable(KeyTable& program, GlobalSwitches const& globals) {
 }
 
 }  // namespace
+
+std::string actionFault(KeyTable const& program) {
+  std::string const* action = program.text("action");
+  if (action == nullptr || std::ranges::find(kActions, *action) != kActions.end()) return "";
+  return fmt::format("`{}' is \"{}\", which is no action{}", program.fullKey("action"), *action,
+                     didYouMean(*action, {kActions.begin(), kActions.end()}, ""));
+}
 
 void checkProgram(KeyTable& program, GlobalSwitches const& globals) {
   checkName(program);

@@ -11,6 +11,9 @@ struct GlobalSwitches {
   int sampleTime;
 };
 
+/// Why the action is none; empty where nothing is wrong with it.
+std::string actionFault(KeyTable const& program);
+
 /// What does not fit together in the table of one program, or is not there in the
 /// file system: asks the real one, and PATH.
 void checkProgram(KeyTable& program, GlobalSwitches const& globals);
