@@ -9,6 +9,7 @@
 
 #include "framework/PResult.h"
 #include "host/metrics/MetricText.h"
+#include "host/watch/Explain.h"
 
 namespace {
 
@@ -36,19 +37,22 @@ struct Subject {
   GlobalSettings const& globals;
   Readings cpu;     ///< in cores
   Readings memory;  ///< in bytes
-  unsigned int counted = 0;
 
   bool wasLookedAt() const { return entry.lookedAt.has_value(); }
   bool wasSeen() const {
     return wasLookedAt() &&
            (entry.findResult == PResult::ok || entry.findResult == PResult::notFound);
   }
+
+  /// Whether the watchdog has to know how many instances count.
+  bool isCounted() const {
+    return globals.instEnabled && (entry.settings.instEnabled || entry.settings.respawnEnabled);
+  }
 };
 
 Subject subjectOf(EntryView const& entry, GlobalSettings const& globals) {
-  Subject subject{labelText(entry.settings.name), entry, globals, {}, {}, 0};
+  Subject subject{labelText(entry.settings.name), entry, globals, {}, {}};
   for (InstanceView const& instance : entry.instances) {
-    if (instance.counts) ++subject.counted;
     if (instance.cpuPercent) subject.cpu.add(*instance.cpuPercent * kPercent);
     if (instance.memoryKib) {
       subject.memory.add(static_cast<double>(*instance.memoryKib) * kBytesPerKib);
@@ -75,8 +79,9 @@ constexpr MetricRow<Subject> kRows[] = {
        return onlyIf(s.wasSeen(), static_cast<double>(s.entry.instances.size()));
      }},
     {"veskd_entry_counted_instances", Gauge,
-     "Processes that count as instances by the rules of the entry; absent if unknown.",
-     [](Subject const& s) { return onlyIf(s.wasSeen(), s.counted); }},
+     "Processes that count as instances by the rules of the entry; only if respawn or the check of "
+     "instances is on; absent if unknown.",
+     [](Subject const& s) { return onlyIf(s.wasSeen() && s.isCounted(), countedOf(s.entry)); }},
     {"veskd_entry_cpu_ratio", Gauge,
      "Processor time of all instances at the last reading, 1 for one core; absent without a "
      "reading.",
@@ -141,17 +146,17 @@ constexpr MetricRow<Subject> kRows[] = {
      totalOf<&EntryTotals::wouldHaves>},
 };
 
-void addHealth(Exposition& exposition, std::vector<Subject> const& subjects,
-               HealthOf const& health) {
+void addHealth(Exposition& exposition, std::vector<Subject> const& subjects) {
   prometheus::MetricFamily family{"veskd_entry_health",
                                   "State of the entry: 1 for the one that holds, 0 for the others.",
                                   Gauge,
                                   {}};
   for (Subject const& subject : subjects) {
-    const std::string current = health(subject.entry, subject.globals);
-    for (const char* state : {"ok", "high", "absent", "missing", "unknown"}) {
-      family.metric.push_back(
-          sampleOf(Gauge, current == state, {{"entry", subject.label}, {"health", state}}));
+    const Health current = healthOf(subject.entry, subject.globals);
+    for (const Health health :
+         {Health::ok, Health::high, Health::absent, Health::missing, Health::unknown}) {
+      family.metric.push_back(sampleOf(Gauge, current == health,
+                                       {{"entry", subject.label}, {"health", nameOf(health)}}));
     }
   }
   exposition.add(std::move(family));
@@ -159,7 +164,7 @@ void addHealth(Exposition& exposition, std::vector<Subject> const& subjects,
 
 }  // namespace
 
-void addEntries(Exposition& exposition, WatchView const& view, HealthOf const& health) {
+void addEntries(Exposition& exposition, WatchView const& view) {
   std::vector<Subject> subjects;
   for (EntryView const& entry : view.entries) subjects.push_back(subjectOf(entry, view.globals));
   for (auto const& row : kRows) {
@@ -172,5 +177,5 @@ void addEntries(Exposition& exposition, WatchView const& view, HealthOf const& h
     }
     exposition.add(std::move(family));
   }
-  if (health) addHealth(exposition, subjects, health);
+  addHealth(exposition, subjects);
 }

@@ -14,12 +14,12 @@ std::string Metrics::text() const {
   Exposition exposition;
   addCounters(exposition, fSources.counters());
   addHost(exposition, moment);
-  addEntries(exposition, moment.watch, fSources.health);
+  addEntries(exposition, moment.watch);
   return std::move(exposition).text();
 }
 
-std::function<std::string()> makeMetrics(ControlSources const& sources, HealthOf health) {
-  const Metrics metrics({sources.facts, sources.watch, sources.journal, sources.counters,
-                         sources.restarts, std::move(health)});
+std::function<std::string()> makeMetrics(ControlSources const& sources) {
+  const Metrics metrics(
+      {sources.facts, sources.watch, sources.journal, sources.counters, sources.restarts});
   return [metrics] { return metrics.text(); };
 }

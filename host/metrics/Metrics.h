@@ -12,9 +12,6 @@
 #include "host/watch/RecordJournal.h"
 #include "host/watch/WatchView.h"
 
-/// The word of the control API for how an entry does: "ok", "high" and so on.
-using HealthOf = std::function<std::string(EntryView const&, GlobalSettings const&)>;
-
 /// What the metrics are made of. All of it may be called from any thread, and
 /// nothing waits for the watchdog.
 struct MetricsSources {
@@ -23,7 +20,6 @@ struct MetricsSources {
   std::shared_ptr<RecordJournal const> journal;
   std::function<std::map<std::string, unsigned long long>()> counters;
   std::function<RestartState()> restarts;
-  HealthOf health;  ///< none: the health of entries is left out
   std::function<OwnUsage()> usage = readOwnUsage;
   std::function<WallTime()> wallTime = [] {
     return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
@@ -44,4 +40,4 @@ class Metrics {
 };
 
 /// What `ControlSources::metrics` is to be, made of the other sources there.
-std::function<std::string()> makeMetrics(ControlSources const& sources, HealthOf health);
+std::function<std::string()> makeMetrics(ControlSources const& sources);

@@ -55,9 +55,6 @@ class MetricsText : public testing::Test {
                     fJournal,
                     [this] { return fCounters; },
                     [this] { return fRestarts; },
-                    [](EntryView const& each, GlobalSettings const&) {
-                      return each.settings.name == "nginx" ? "missing" : "ok";
-                    },
                     [] {
                       return OwnUsage{milliseconds(2'250), 6'815'744, 1, 40, 1024};
                     },
@@ -119,8 +116,8 @@ veskd_entry_kills_total{entry="nginx"} 2
 veskd_entry_failed_starts_total{entry="nginx"} 5
 veskd_entry_refused_os_restarts_total{entry="nginx"} 7
 veskd_entry_would_haves_total{entry="nginx"} 8
-veskd_entry_health{entry="nginx",health="missing"} 1
-veskd_entry_health{entry="nginx",health="ok"} 0)");
+veskd_entry_health{entry="nginx",health="ok"} 1
+veskd_entry_health{entry="nginx",health="missing"} 0)");
 }
 
 TEST_F(MetricsText, LeavesOutWhatIsOffOrUnknown) {
@@ -132,7 +129,8 @@ TEST_F(MetricsText, LeavesOutWhatIsOffOrUnknown) {
   const std::string off = text();
   for (const std::string name :
        {"veskd_last_", "entry_cpu_limit", "entry_instance_limit", "entry_instances{entry=\"nginx",
-        "entry_memory_limit_bytes{entry=\"gone", "entry_memory_bytes{entry=\"gone"}) {
+        "entry_memory_limit_bytes{entry=\"gone", "entry_memory_bytes{entry=\"gone",
+        "counted_instances{entry=\"gone"}) {
     EXPECT_THAT(off, Not(HasSubstr(name)));
   }
   expectLines(R"(veskd_entry_look_success{entry="nginx"} 0
