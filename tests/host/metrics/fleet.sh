@@ -26,11 +26,11 @@ free_port() {
   echo "$port"
 }
 
-# start_logged NAME COMMAND...
+# start_logged NAME COMMAND...: ends with this script, even if that is killed.
 start_logged() {
   local name=$1
   shift
-  "$@" >"$folder/$name.log" 2>&1 </dev/null &
+  setpriv --pdeathsig KILL "$@" >"$folder/$name.log" 2>&1 </dev/null &
   pids[$name]=$!
 }
 
