@@ -5,7 +5,6 @@
 
 #include <random>
 #include <regex>
-#include <sstream>
 
 #include "framework/PUtils.h"
 #include "host/libvesk/Runtime.h"
@@ -63,23 +62,23 @@ class RandomUtilities : public IProcessUtilities {
 
 class Mirror : public PluginFixture {
  protected:
-  Mirror() {
-    Runtime::install(std::make_shared<ObservedUtilities>(fUtilities, fBoard));
-  }
+  Mirror() { Runtime::install(std::make_shared<ObservedUtilities>(fUtilities, fBoard)); }
   ~Mirror() override { Runtime::reset(); }
 
   void watch(const wchar_t* name, Watch const& watch) {
-    const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
     const auto entry = monitor(watch, name);
     EntrySettings settings;
     settings.name = PUtils::toUtf8(PLiteral(name));
     settings.period = watch.period;
-    settings.cpuEnabled = isOn('c');
-    settings.memEnabled = isOn('m');
-    settings.instEnabled = isOn('i');
-    settings.respawnEnabled = isOn('r');
-    settings.countOnlyDiffParents = isOn('d');
-    settings.countOnlyRunning = isOn('n');
+    using S = EntrySettings;
+    for (auto const& [flag, member] : std::map<char, bool S::*>{{'c', &S::cpuEnabled},
+                                                                {'m', &S::memEnabled},
+                                                                {'i', &S::instEnabled},
+                                                                {'r', &S::respawnEnabled},
+                                                                {'d', &S::countOnlyDiffParents},
+                                                                {'n', &S::countOnlyRunning}}) {
+      settings.*member = watch.on.find(flag) != std::string::npos;
+    }
     settings.cpuLimit = watch.limit;
     settings.memLimit = settings.instLimit = watch.limit;
     settings.respawnLimit = watch.respawnLimit;
@@ -99,48 +98,44 @@ class Mirror : public PluginFixture {
     }
   }
 
-  /// The reasons in the records of acts, without the numbers of samples; the acts on
-  /// several instances are one. A start that follows its kill is left out.
+  /// Of each reason in the records of acts: the entry, what is wrong, the numbers. The
+  /// acts on several instances are one; a start that follows its kill is left out.
   std::string recorded() {
-    std::string all;
-    std::string last;
-    auto batch = fJournal->read(fNext, 1000);
+    std::string all, last;
+    const auto batch = fJournal->read(fNext, 1000);
     fNext = batch.next;
     for (WatchRecord const& record : batch.records) {
       if (record.text.starts_with("restart: ")) continue;
       const bool isAverage = record.text.find("average") != std::string::npos;
+      const auto withoutSamples = record.text.substr(0, record.text.find(" over "));
       const std::string line =
-          fmt::format("{} {} {}\n", record.entry, isAverage ? record.pid.value_or(0) : 0,
-                      std::regex_replace(record.text, std::regex(" over \\d+ samples?$"), ""));
+          fmt::format("{}{}: {}\n", record.entry, isAverage ? fmt::format(" {}", *record.pid) : "",
+                      withoutSamples);
       if (isAverage || line != last) all += line;
       last = line;
     }
     return all;
   }
 
-  /// The same from what the watchdog logs.
-  static std::string logged(std::string const& log) {
-    const std::regex average(
-        ".*(CPU|Memory) too high \\(average=(\\d+), limit=(\\d+)\\) .* `(.*)', pid (\\d+).*");
-    const std::regex count(
-        ".*count too (high|Low) \\(current=(\\d+), limit=(\\d+)\\) .* `(.*)', .*");
-    std::istringstream lines(log);
-    std::string all;
-    std::smatch m;
-    for (std::string line; std::getline(lines, line);) {
-      const auto one = [&m](std::size_t group) { return m[group] == "1"; };
-      if (std::regex_match(line, m, average)) {
-        const bool isCpu = m[1] == "CPU";
-        all += fmt::format("{} {} {} average {} of at most {} {}\n", m[4].str(), m[5].str(),
-                           isCpu ? "CPU" : "memory", m[2].str(), m[3].str(),
-                           isCpu ? "percent" : "KiB");
-      } else if (std::regex_match(line, m, count)) {
-        all += fmt::format("{} 0 {} {}, {} {} {}\n", m[4].str(), m[2].str(),
-                           one(2) ? "instance counts" : "instances count", m[3].str(),
-                           one(3) ? "is" : "are", m[1] == "high" ? "too many" : "wanted");
-      }
+  /// The same from what the watchdog logs, in the words of the records.
+  static std::string logged(std::string log) {
+    const std::vector<std::pair<const char*, const char*>> rewritings = {
+        {".*CPU too high .average=(.*), limit=(.*).  ?for .*`(.*)', pid (\\d+).*",
+         "$3 $4: CPU average $1 of at most $2 percent"},
+        {".*Memory too high .average=(.*), limit=(.*). for .*`(.*)', pid (\\d+).*",
+         "$3 $4: memory average $1 of at most $2 KiB"},
+        {".*count too high .current=(.*), limit=(.*). for .*`(.*)'.*",
+         "$3: $1 instances count, $2 are too many"},
+        {".*count too Low .current=(.*), limit=(.*). for .*`(.*)'.*",
+         "$3: $1 instances count, $2 are wanted"},
+        {"info .*\n", ""},
+        {"^\n", ""},
+        {": 1 instances count", ": 1 instance counts"},
+        {", 1 are", ", 1 is"}};
+    for (auto const& [said, meant] : rewritings) {
+      log = std::regex_replace(log, std::regex(said), meant);
     }
-    return all;
+    return log;
   }
 
   std::shared_ptr<RandomUtilities> fUtilities = std::make_shared<RandomUtilities>();
