@@ -21,9 +21,8 @@ class ControlServer {
                                              std::shared_ptr<spdlog::logger> log,
                                              std::string& cause, HttpLimits const& limits = {});
 
-  /// Closes the journal, which ends the streams, cuts all connections, and waits for
-  /// the handlers. Changes that wait must be told to give up before, or this waits
-  /// for them too.
+  /// Closes the journal, which ends the streams, and waits for the handlers. Changes
+  /// that wait must be told to give up before, or this waits for them too.
   ~ControlServer();
   ControlServer(ControlServer const&) = delete;
   ControlServer& operator=(ControlServer const&) = delete;

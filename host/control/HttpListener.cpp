@@ -78,6 +78,7 @@ struct HttpListener::Callbacks {
   struct Incoming {
     HttpRequest request;
     bool isBegun = false;
+    bool isBeingAnswered = false;
   };
 
   /// An answer without an end that is going out.
@@ -108,8 +109,14 @@ struct HttpListener::Callbacks {
 
   static void onCompleted(void* self, MHD_Connection* connection, void** state,
                           MHD_RequestTerminationCode /*code*/) {
-    delete static_cast<Incoming*>(std::exchange(*state, nullptr));
-    static_cast<HttpListener*>(self)->fDeadlines.begin(socketOf(connection));
+    auto& listener = *static_cast<HttpListener*>(self);
+    const std::unique_ptr<Incoming> incoming(
+        static_cast<Incoming*>(std::exchange(*state, nullptr)));
+    listener.fDeadlines.begin(socketOf(connection));
+    if (incoming == nullptr || !incoming->isBeingAnswered) return;
+    const std::lock_guard lock(listener.fMutex);
+    --listener.fBeingAnswered;
+    listener.fAnswered.notify_all();
   }
 
   /// Called with the head, then with each part of the body, then at the end.
@@ -129,6 +136,10 @@ struct HttpListener::Callbacks {
       } else if (isPart) {
         take(listener.fLimits, incoming->request, {part, std::exchange(*size, 0)});
         return MHD_YES;
+      }
+      if (!std::exchange(incoming->isBeingAnswered, true)) {
+        const std::lock_guard lock(listener.fMutex);
+        ++listener.fBeingAnswered;
       }
       return answer(listener, incoming->request, connection);
     } catch (std::exception const&) {
@@ -223,6 +234,12 @@ std::unique_ptr<HttpListener> HttpListener::start(UniqueFd socket, HttpLimits co
 }
 
 HttpListener::~HttpListener() {
+  if (fDaemon == nullptr) return;
+  const UniqueFd socket(MHD_quiesce_daemon(fDaemon));
+  {
+    std::unique_lock lock(fMutex);
+    fAnswered.wait_for(lock, kFarewell, [this] { return fBeingAnswered == 0; });
+  }
   fIsStopping = true;
-  if (fDaemon != nullptr) MHD_stop_daemon(fDaemon);
+  MHD_stop_daemon(fDaemon);
 }

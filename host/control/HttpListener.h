@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host/control/Deadlines.h"
@@ -36,7 +38,11 @@ class HttpListener {
   static std::unique_ptr<HttpListener> start(UniqueFd socket, HttpLimits const& limits,
                                              Handler handler, std::string& cause);
 
-  /// Cuts what clients are owed, and waits for handlers that have not returned.
+  /// How long the last answers have at the end.
+  static constexpr std::chrono::seconds kFarewell{1};
+
+  /// Takes no more requests, lets those that are being answered be answered unless
+  /// that takes too long, and waits for handlers that have not returned.
   ~HttpListener();
   HttpListener(HttpListener const&) = delete;
   HttpListener& operator=(HttpListener const&) = delete;
@@ -51,4 +57,8 @@ class HttpListener {
   Deadlines fDeadlines;
   std::atomic<bool> fIsStopping = false;
   MHD_Daemon* fDaemon = nullptr;
+
+  std::mutex fMutex;  ///< guards what follows
+  std::condition_variable fAnswered;
+  unsigned int fBeingAnswered = 0;  ///< requests
 };
