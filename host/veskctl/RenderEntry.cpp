@@ -115,7 +115,7 @@ void addSettings(Json const& settings, Lines& lines) {
 
 Row rowOf(Json const& instance) {
   Json const& window = field(instance, "window");
-  const auto age = numberOf(window, "age_ms");
+  const auto age = integerOf(window, "samples") > 0 ? numberOf(window, "age_ms") : std::nullopt;
   return {{countOf(instance, "pid")},
           {countOf(instance, "parent_pid")},
           {isTrue(instance, "counts") ? "yes" : "no"},

@@ -33,8 +33,8 @@ std::string renderMatch(Json const& match, View const& view) {
   Json const& matches = listOf(match, "matches");
   Json const& misses = listOf(match, "near_misses");
   std::string text = fmt::format(
-      "`{}' is {}\n", shown(textOf(match, "name")),
-      matches.empty() ? "no process right now" : counted(matches.size(), "process", "processes"));
+      "`{}' matches {}\n", shown(textOf(match, "name")),
+      matches.empty() ? "nothing right now" : counted(matches.size(), "process", "processes"));
   if (!matches.empty()) text += '\n' + processTable(matches, "COMMAND", "command", view);
   if (misses.empty()) return text;
   const long long left = integerOf(match, "near_misses_left_out");

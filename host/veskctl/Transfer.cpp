@@ -40,12 +40,12 @@ void Transfer::prepare(Request const& request) {
   if (fTake == nullptr) {
     ::curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(fSettings.timeout.count()));
   }
-  if (!fRequestBody.empty()) {
+  if (request.method == std::string_view("POST")) {
     fHeaders.reset(::curl_slist_append(nullptr, "Content-Type: application/json"));
     ::curl_slist_append(fHeaders.get(), "Expect:");
     ::curl_easy_setopt(easy, CURLOPT_HTTPHEADER, fHeaders.get());
     ::curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE, static_cast<long>(fRequestBody.size()));
-    ::curl_easy_setopt(easy, CURLOPT_POSTFIELDS, fRequestBody.data());
+    ::curl_easy_setopt(easy, CURLOPT_POSTFIELDS, fRequestBody.c_str());
   }
 }
 
