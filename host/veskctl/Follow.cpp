@@ -123,7 +123,11 @@ std::optional<Failure> Follower::show(Json const& line) {
   fNext = static_cast<unsigned long long>(
       integerOf(line, "number", static_cast<long long>(fNext) - 1) + 1);
   fNext += static_cast<unsigned long long>(integerOf(line, "missed"));
-  if (fContext.options.isJson) return fContext.output.write(line.dump() + '\n');
+  if (fContext.options.isJson) {
+    const std::string json = line.dump();
+    return fContext.output.write((fContext.terminal.isTerminal() ? withoutControls(json) : json) +
+                                 '\n');
+  }
   return fContext.output.write(renderEventLine(line, fContext.terminal.view()));
 }
 

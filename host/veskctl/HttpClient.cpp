@@ -11,7 +11,7 @@ namespace ctl {
 
 namespace {
 
-constexpr const char* kWentAway = "the host went away before its answer was whole";
+constexpr const char* kWentAway = "the host went away in the middle of its answer";
 
 Failure failureOf(CURLcode code, HttpSettings const& settings) {
   switch (code) {

@@ -7,7 +7,15 @@ namespace ctl {
 
 namespace {
 
-/// JSON leaves some control characters as they are.
+/// As it came for programs, laid out for people.
+std::string jsonFor(Context const& context, Answer const& answer) {
+  constexpr int kIndent = 2;
+  if (context.terminal.isTerminal()) return withoutControls(answer.json.dump(kIndent)) + '\n';
+  return answer.body.ends_with('\n') ? answer.body : answer.body + '\n';
+}
+
+}  // namespace
+
 std::string withoutControls(std::string const& json) {
   constexpr char32_t kDelete = 0x7f;
   constexpr char32_t kLastControl = 0x9f;
@@ -22,14 +30,6 @@ std::string withoutControls(std::string const& json) {
   }
   return result;
 }
-
-/// As it came for programs, laid out for people.
-std::string jsonFor(Context const& context, Answer const& answer) {
-  if (context.terminal.isTerminal()) return withoutControls(answer.json.dump(2)) + '\n';
-  return answer.body.ends_with('\n') ? answer.body : answer.body + '\n';
-}
-
-}  // namespace
 
 Result<std::string> textFor(Context const& context, Answer const& answer, Printer const& printer,
                             View const& view) {

@@ -19,4 +19,7 @@ Outcome print(Context const& context, Result<Answer> const& answer, Printer cons
 Result<std::string> textFor(Context const& context, Answer const& answer, Printer const& printer,
                             View const& view);
 
+/// The JSON with escapes for the control characters that JSON leaves as they are.
+std::string withoutControls(std::string const& json);
+
 }  // namespace ctl

@@ -150,7 +150,7 @@ std::vector<Json> sorted(Json const& entries, SortKey sort) {
 
 /// @param atMost rows of programs.
 std::string table(std::vector<Json> const& entries, std::size_t atMost, View const& view) {
-  std::vector<Column> columns = {{"NAME", false, 10},   {"HEALTH"},          {"INST", true, 0, 1},
+  std::vector<Column> columns = {{"NAME", false, 10},  {"HEALTH"},          {"INST", true, 0, 1},
                                  {"CPU", true, 0, 3},  {"MEM", true, 0, 2}, {"ACTION", false, 0, 4},
                                  {"NOTE", false, 4, 5}};
   std::vector<Row> rows;

@@ -1,12 +1,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <deque>
+#include <iterator>
+#include <sstream>
 
 #include "host/veskctl/Commands.h"
 #include "host/veskctl/Completion.h"
 #include "host/veskctl/EntryOptions.h"
+#include "host/veskctl/Follow.h"
 #include "tests/host/process/TemporaryFolder.h"
 
 namespace ctl {
@@ -62,24 +64,18 @@ nginx              ok        1/4   12%  40.0 MiB  restart
 TEST(Add, TakesLimitsAsTheWishToHaveThemChecked) {
   const TemporaryFolder folder;
   folder.makeFile("entry.json", R"({"name": "other", "period": 7, "cpu_limit": 1})");
-  const std::string file = folder.path("entry.json");
-  const std::array words = {"veskctl",
-                            "add",
-                            "nginx",
-                            "--cpu-limit=80",
-                            "--mem-limit",
-                            "10",
-                            "--no-mem-enabled",
-                            "--no-send-event",
-                            "--arguments",
-                            "-g x",
-                            "--from-json",
-                            file.c_str()};
-  auto options = parseOptions(words.size(), words.data(), "/run/s");
+  std::istringstream line(
+      "veskctl add nginx --cpu-limit=80 --mem-limit 10 --no-mem-enabled --no-send-event "
+      "--arguments -g --from-json " +
+      folder.path("entry.json"));
+  const std::vector<std::string> words(std::istream_iterator<std::string>(line), {});
+  std::vector<const char*> argv;
+  for (std::string const& word : words) argv.push_back(word.c_str());
+  const auto options = parseOptions(static_cast<int>(argv.size()), argv.data(), "/run/s");
   ASSERT_TRUE(std::holds_alternative<Options>(options));
   EXPECT_EQ(std::get<Json>(entryBody(std::get<Options>(options))), Json::parse(R"({
     "name": "nginx", "period": 7, "cpu_limit": 80, "cpu_enabled": true, "mem_limit": 10,
-    "mem_enabled": false, "send_event": false, "arguments": "-g x"})"));
+    "mem_enabled": false, "send_event": false, "arguments": "-g"})"));
 }
 
 TEST(Complete, KnowsCommandsOptionsValuesAndNames) {
@@ -96,48 +92,38 @@ TEST(Complete, KnowsCommandsOptionsValuesAndNames) {
   EXPECT_THAT(complete({"status", "--sort", "=", "n"}, names), ElementsAre("name"));
 }
 
-/// A host that answers in a fixed order; each answer may be a stream's.
-class ScriptedApi : public IApi {
- public:
+/// A host that gives these bodies in this order, and cannot be reached for an empty one.
+struct ScriptedApi : IApi {
   Result<Response> send(Request const& request) override {
     asked.push_back(request.path);
-    if (answers.empty()) return Failure{ExitCode::refused, "the script is over"};
-    auto answer = answers.front();
-    answers.pop_front();
-    return answer;
+    const std::string body = bodies.front();
+    bodies.pop_front();
+    if (body.empty()) return Failure{ExitCode::unreachable, "gone"};
+    return Response{200, body};
   }
   std::optional<Result<Response>> stream(Request const& request, LineTaker const& take) override {
     auto answer = send(request);
-    if (auto* whole = std::get_if<Response>(&answer); whole != nullptr && whole->status == 200) {
-      std::istringstream lines(whole->body);
-      for (std::string line; std::getline(lines, line);) {
-        if (!take(line)) return std::nullopt;
-      }
+    if (std::holds_alternative<Failure>(answer)) return answer;
+    std::istringstream lines(std::get<Response>(answer).body);
+    for (std::string line; std::getline(lines, line);) {
+      if (!take(line)) return std::nullopt;
     }
     return answer;
   }
-  std::deque<Result<Response>> answers;
+  std::deque<std::string> bodies;
   std::vector<std::string> asked;
 };
 
 TEST(Follow, GoesOnWhereItWasOrWithTheNextRunOfTheHost) {
-  const auto run = [](int pid) { return Response{200, "{\"pid\":" + std::to_string(pid) + "}"}; };
-  const auto event = [](int number) {
-    return "{\"number\":" + std::to_string(number) + R"(,"kind":"kill","entry":"a","pid":9,)" +
-           R"("result":-1,"would_have":true,"text":"t\n"})" + "\n";
+  const auto event = [](std::string const& number) {
+    return "{\"number\":" + number + R"(,"kind":"kill","entry":"a","pid":9,"result":-1,)" +
+           R"("would_have":true,"text":"t\n"})" + "\n";
   };
-  const Failure gone{ExitCode::unreachable, "gone"};
+  const std::string run1 = R"({"pid":1})", run2 = R"({"pid":2})";
   ScriptedApi api;
-  api.answers = {run(1),
-                 Response{200, R"({"events":[],"next":5})"},
-                 Response{200, event(5) + "{\"missed\":12}\n"},
-                 gone,
-                 run(1),
-                 gone,
-                 run(2),
-                 Response{200, event(1)},
-                 run(2),
-                 Response{200, "garbage\n"}};
+  api.bodies = {
+      run1, R"({"next":5})", event("5") + "{\"missed\":12}\n", "", run1, "", run2, event("1"),
+      run2, "garbage"};
   Options options;
   const Terminal terminal(-1, ColourUse::automatic);
   const TemporaryFolder folder;
@@ -145,19 +131,10 @@ TEST(Follow, GoesOnWhereItWasOrWithTheNextRunOfTheHost) {
   const UniqueFd file(::open(folder.path("out").c_str(), O_WRONLY | O_CLOEXEC));
   const Output output(file.get());
   std::vector<std::string> told;
-  const Context context{options,
-                        api,
-                        terminal,
-                        output,
-                        [](auto) { return Interrupts::Wake::timeIsOver; },
-                        [&](std::string const& text) { told.push_back(text.substr(0, 23)); }};
-
-  options.isFollow = true;
-  const auto* const events = std::find_if(kCommands.begin(), kCommands.end(), [](auto& row) {
-    return row.name == std::string("events");
-  });
-  const Outcome outcome = events->run(context);
-  EXPECT_EQ(std::get<Failure>(outcome).code, ExitCode::notUnderstood);
+  const auto wait = [](auto) { return Interrupts::Wake::timeIsOver; };
+  const auto tell = [&](std::string const& text) { told.push_back(text.substr(0, 23)); };
+  const Context context{options, api, terminal, output, wait, tell};
+  EXPECT_EQ(std::get<Failure>(follow(context)).code, ExitCode::notUnderstood);
   const std::string line = "-  kill           a[9]: t\\n (result -1) (dry run)\n";
   EXPECT_EQ(contentOf(folder.path("out")), line + "(12 events missed: no longer kept)\n" + line);
   const std::string stream = "/v1/events?follow=true&from=";

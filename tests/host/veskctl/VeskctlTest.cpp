@@ -11,8 +11,8 @@ namespace {
 using ::testing::HasSubstr;
 
 std::string answerOf(std::string const& status, std::string const& body) {
-  return "HTTP/1.1 " + status + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
-         body;
+  const std::string length = std::to_string(body.size());
+  return "HTTP/1.1 " + status + "\r\nContent-Length: " + length + "\r\n\r\n" + body;
 }
 
 /// Takes one connection, one request, and answers with these very bytes.
@@ -31,11 +31,12 @@ class OneAnswer {
       ::send(peer.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
     });
   }
-  ~OneAnswer() {
+  /// @return the request, once nobody comes any more.
+  std::string end() {
     ::shutdown(fSocket.get(), SHUT_RDWR);
     fThread.join();
+    return fRequest;
   }
-  std::string const& request() const { return fRequest; }
 
  private:
   const UniqueFd fSocket{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
@@ -58,9 +59,9 @@ Ended run(TemporaryFolder const& folder, std::string const& command) {
 
 Ended runAgainst(std::string const& answer, std::string const& command) {
   const TemporaryFolder folder;
-  const OneAnswer server(folder.path("s"), answer);
+  OneAnswer server(folder.path("s"), answer);
   Ended ended = run(folder, command);
-  ended.request = server.request();
+  ended.request = server.end();
   return ended;
 }
 
@@ -83,13 +84,12 @@ const std::vector<Case> kCases = {
     {"veskctl status", answerOf("200 OK", "{\"entries\": [3]}"), 70, "not understood"},
     {"veskctl counters", answerOf("200 OK", "{\"counters\": {"), 70, "it is no JSON\n"},
     {"veskctl status", "SSH-2.0-x\r\n", 70, "does not speak as veskd"},
-    {"veskctl status", answerOf("200 OK", kOneOk).substr(0, 60), 69, "went away before"},
-    {"veskctl status", "", 69, "went away before"},
+    {"veskctl status", answerOf("200 OK", kOneOk).substr(0, 60), 69, "went away in"},
+    {"veskctl status", "", 69, "went away in"},
     {"veskctl status > /dev/full", answerOf("200 OK", "{}"), 74, "No space left on device\n"},
     // Written only once nobody reads any more.
-    {"mkfifo go; { read x < go; veskctl status 2> said; test $? = 74 -a ! -s said && echo quiet "
-     ">&2; }"
-     " | { exec < /dev/null; echo > go; }",
+    {"mkfifo go; (read x < go; veskctl status 2> said; test $? = 74 -a ! -s said && echo quiet >&2)"
+     " | (exec < /dev/null; echo > go)",
      answerOf("200 OK", "{}"), 0, "quiet\n"},
 };
 
@@ -106,7 +106,7 @@ TEST(Veskctl, SaysWhyTheHostIsNotReached) {
   folder.makeFile("file", "");
   EXPECT_THAT(run(folder, "veskctl status").said, HasSubstr("there is no socket s: start veskd"));
   EXPECT_THAT(run(folder, "veskctl -s file status").said, HasSubstr("file is no socket"));
-  { const OneAnswer server(folder.path("s"), ""); }
+  OneAnswer(folder.path("s"), "").end();
   const Ended ended = run(folder, "veskctl status");
   EXPECT_EQ(ended.status, 69);
   EXPECT_THAT(ended.said, HasSubstr("nobody listens on s"));
