@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "host/check/NearestName.h"
-#include "host/check/StartableProgram.h"
+#include "host/process/StartableProgram.h"
 #include "host/check/WatchdogKeys.h"
 #include "host/process/CommandLine.h"
 
@@ -125,7 +125,7 @@ void checkExecutable(KeyTable& program, GlobalSwitches const& globals) {
   }
   std::string const* folder = program.text("working_dir");
   const StartableProgram started{*executable, folder != nullptr ? *folder : ""};
-  if (const std::string obstacle = started.obstacle(); !obstacle.empty()) {
+  if (const std::string obstacle = started.obstacle().text; !obstacle.empty()) {
     program.warnAtValue("executable",
                         fmt::format("`{}' is \"{}\": {}: the program cannot be "
                                     "started",

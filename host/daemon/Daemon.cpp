@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "host/control/ControlServer.h"
+#include "host/daemon/Changes.h"
 #include "host/daemon/MainLoop.h"
 #include "host/daemon/PluginLoader.h"
 #include "host/daemon/Reload.h"
@@ -14,6 +16,7 @@
 #include "host/daemon/Services.h"
 #include "host/daemon/Ticker.h"
 #include "host/entries/Roster.h"
+#include "host/metrics/Metrics.h"
 
 namespace {
 
@@ -42,7 +45,10 @@ class Host {
 
  private:
   ExitCode runPlugins(Services const& services);
-  ExitCode serve(Services const& services, Roster& roster);
+  bool start(Services const& services, Roster& roster);
+  ExitCode serve(Services const& services, Roster& roster, Reload& reload);
+  ApiResult reloadOrEnd(Reload& reload);
+  ControlSources sources(Services const& services) const;
 
   const DaemonSetup fSetup;
   const WatchPlan fPlan;
@@ -83,40 +89,63 @@ ExitCode Host::run() {
   return code;
 }
 
-/// Starts the opened plug-ins and serves until there is a reason to end.
+/// What operators are shown; what they can change is not in it.
+ControlSources Host::sources(Services const& services) const {
+  ControlSources sources;
+  sources.facts = {VESK_VERSION, static_cast<unsigned int>(::getpid()),
+                   std::chrono::floor<WallTime::duration>(std::chrono::system_clock::now()),
+                   fSetup.options.configFile, fSetup.settings.plugins};
+  sources.watch = [board = services.board()] { return board->view(); };
+  sources.journal = services.journal();
+  sources.counters = services.counters();
+  sources.restarts = services.restarts();
+  sources.metrics = makeMetrics(sources);
+  return sources;
+}
+
+/// Runs the opened plug-ins until there is a reason to end.
 ExitCode Host::runPlugins(Services const& services) {
   Roster roster(services.board(), services.journal(), fLog);
-  roster.announce(fPlan.facts);
+  Reload reload(fSetup, fPlan,
+                {fPlugins, services.configuration(), roster, *services.journal(), fNotifier, *fLog,
+                 *fCheckLog});
+  ControlSources operators = sources(services);
+  operators.changes = std::make_shared<Changes>(fLoop, roster, [&] { return reloadOrEnd(reload); });
+  // Before anything is watched, and until it is no more: a start and a stop may take
+  // long, too.
   std::string cause;
-  const bool started = fPlugins.start(cause);
-  services.configuration().reportUnused();
-  ExitCode code = ExitCode::pluginFailed;
-  if (started) {
-    fLog->info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
-               fPlugins.count());
-    fNotifier.ready(
-        fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, fPlugins.count()));
-    const Ticker life(fNotifier.feedInterval(), [&] {
-      fNotifier.feed(roster.isAnythingLookedFor() ? services.utilities().finds() : 0);
-    });
-    // Only now: it waits for the first pass.
-    roster.refresh();
-    code = serve(services, roster);
+  const auto server = ControlServer::open(fSetup.settings.control, std::move(operators),
+                                          fOutput->logger("vesk.control"), cause);
+  if (server == nullptr) {
+    fLog->error("{}", cause);
+    return ExitCode::noOutput;
   }
+  const ExitCode code =
+      start(services, roster) ? serve(services, roster, reload) : ExitCode::pluginFailed;
+  fLoop.close();
   fPlugins.stop();
   return code;
 }
 
-ExitCode Host::serve(Services const& services, Roster& roster) {
-  Reload reload(fSetup, fPlan,
-                {fPlugins, services.configuration(), roster, *services.journal(), fNotifier, *fLog,
-                 *fCheckLog});
-  const auto reloadOrEnd = [this, &reload] {
-    ApiResult result = reload.run();
-    if (reload.isLost()) fLoop.stop(kLost);
-    return result;
-  };
-  const int reason = fLoop.serve([&] { reloadOrEnd(); },
+bool Host::start(Services const& services, Roster& roster) {
+  roster.announce(fPlan.facts);
+  std::string cause;
+  const bool isStarted = fPlugins.start(cause);
+  services.configuration().reportUnused();
+  if (!isStarted) return false;
+  fLog->info("running: version {}, pid {}, plug-ins: {}", VESK_VERSION, ::getpid(),
+             fPlugins.count());
+  fNotifier.ready(fmt::format("running, version {}, plug-ins: {}", VESK_VERSION, fPlugins.count()));
+  return true;
+}
+
+ExitCode Host::serve(Services const& services, Roster& roster, Reload& reload) {
+  const Ticker life(fNotifier.feedInterval(), [&] {
+    fNotifier.feed(roster.isAnythingLookedFor() ? services.utilities().finds() : 0);
+  });
+  // Only now: it waits for the first pass.
+  roster.refresh();
+  const int reason = fLoop.serve([&] { reloadOrEnd(reload); },
                                  {std::chrono::seconds(1), [&] { roster.resolveDoubts(); }});
   const char* name = nameOf(reason);
   if (reason == kLost) {
@@ -126,6 +155,12 @@ ExitCode Host::serve(Services const& services, Roster& roster) {
   }
   fNotifier.stopping(fmt::format("stopping: {}", name));
   return reason == kLost ? ExitCode::pluginFailed : ExitCode::stopped;
+}
+
+ApiResult Host::reloadOrEnd(Reload& reload) {
+  ApiResult result = reload.run();
+  if (reload.isLost()) fLoop.stop(kLost);
+  return result;
 }
 
 }  // namespace

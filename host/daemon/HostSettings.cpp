@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host/check/NearestName.h"
+#include "host/control/MetricsSocket.h"
 #include "host/process/CommandLine.h"
 #include "host/process/ProgramLimits.h"
 #include "host/services/LogLevels.h"
@@ -151,13 +152,29 @@ ConfigValue const* storeRestartCommand(ConfigValue const& value, Target& target)
   return nullptr;
 }
 
+ConfigValue const* storeControlSocket(ConfigValue const& value, Target& target) {
+  std::string const* path = textOf(value);
+  if (path == nullptr) return &value;
+  target.settings.control.socket = target.absolute(*path);
+  return target.settings.control.socket.size() > kLongestSocketPath ? &value : nullptr;
+}
+
+/// Takes over a text of the control API. @param isRight says so of one that is not empty.
+template <auto member, auto isRight>
+ConfigValue const* storeControl(ConfigValue const& value, Target& target) {
+  std::string const* text = textOf(value);
+  if (text == nullptr || (!text->empty() && !isRight(*text))) return &value;
+  target.settings.control.*member = *text;
+  return nullptr;
+}
+
 struct Row {
   const char* key;
   const char* expected;
   Store store;
 };
 
-constexpr std::array<Row, 15> kRows = {{
+constexpr std::array<Row, 19> kRows = {{
     {"plugins", "an array of strings that name files", storePlugins},
     {"log_level", R"("debug", "info", "warning", "error" or "off")", storeLogLevel},
     {"log_file", "a string that names a file", storeLogFile},
@@ -178,6 +195,14 @@ constexpr std::array<Row, 15> kRows = {{
      storeRestartLimit<&RestartLimits::window, 1, 31'536'000>},
     {"dry_run", "a boolean", storeFlag<&HostSettings::dryRun>},
     {"state_dir", "a string that names a folder", storePath<&HostSettings::stateDir>},
+    {"control_socket", "a string that names a socket, 107 bytes at most with its folder",
+     storeControlSocket},
+    {"control_owner", "a user of this machine, or a number in quotes",
+     storeControl<&ControlSettings::owner, userOf>},
+    {"control_group", "a group of this machine, or a number in quotes",
+     storeControl<&ControlSettings::group, groupOf>},
+    {"metrics_address", R"(a numeric address and a port such as "127.0.0.1:9256" or "[::1]:9256")",
+     storeControl<&ControlSettings::metricsAddress, parseAddress>},
 }};
 
 /// A value of the right type is wrong by what it says, so that is shown.

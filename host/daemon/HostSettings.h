@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/control/ControlSettings.h"
 #include "host/daemon/Failure.h"
 #include "host/process/ProgramSettings.h"
 #include "host/services/LogOutput.h"
@@ -31,8 +32,9 @@ struct HostSettings {
   std::vector<ProgramLimit> programLimits;                    ///< at most one for each resource
   std::string restartCommand;  ///< restarts the operating system; empty: the kernel does
   RestartLimits restartLimits;
-  bool dryRun = false;   ///< act on nothing, and say what would be done
-  std::string stateDir;  ///< where restarts are remembered; empty: nowhere
+  bool dryRun = false;      ///< act on nothing, and say what would be done
+  std::string stateDir;     ///< where restarts are remembered; empty: nowhere
+  ControlSettings control;  ///< where operators reach the host
 };
 
 /// What is wrong with the host's table, and where.

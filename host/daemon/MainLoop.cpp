@@ -81,12 +81,13 @@ int MainLoop::serve(std::function<void()> const& reload, Chore const& chore) {
       next->result.set_value(resultOf(next->job));
     }
   }
-  return refuseAll();
+  close();
+  return fReason;
 }
 
-int MainLoop::refuseAll() {
+void MainLoop::close() {
   const std::lock_guard lock(fMutex);
+  fIsStopped = true;
   for (auto const& waiting : fJobs) waiting->result.set_value(isStopping());
   fJobs.clear();
-  return fReason;
 }

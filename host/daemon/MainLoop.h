@@ -41,16 +41,17 @@ class MainLoop {
   /// Has `reload` done, once for all that ask before it begins. Any thread may call.
   void askToReload();
 
-  /// Does all that until `stop`. Whoever waits then, or asks later, is answered
-  /// `unavailable`. Once.
+  /// Does all that until `stop`, and then closes. Once.
   int serve(std::function<void()> const& reload, Chore const& chore);
+
+  /// Whoever waits for a job, or asks for one later, is answered `unavailable`.
+  void close();
 
  private:
   struct Waiting;
   using Clock = std::chrono::steady_clock;
 
   bool isAnythingToDo() const;
-  int refuseAll();
 
   std::mutex fMutex;  ///< guards what follows
   std::condition_variable fChanged;

@@ -7,10 +7,10 @@
 #include "framework/PResult.h"
 #include "host/libvesk/Runtime.h"
 #include "host/services/EventDispatcher.h"
-#include "host/services/ExtCounters.h"
 #include "host/services/HoldRef.h"
 #include "host/services/Logger.h"
-#include "host/services/OsRestart.h"
+#include "host/watch/ObservedUtilities.h"
+#include "host/watch/RecordedServices.h"
 
 namespace {
 
@@ -24,19 +24,22 @@ std::vector<ProgramLimit> programLimits(HostSettings const& settings) {
 }
 
 std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
-                                                LogOutput const& output) {
+                                                LogOutput const& output,
+                                                std::shared_ptr<WatchBoard> const& board) {
   ProcessSettings process;
   process.killGrace = settings.killGrace;
   process.programs = {settings.programOutput, settings.programEnvironment, programLimits(settings)};
   process.keptDescriptors = descriptorsToKeep();
   ProcessWorld world = ProcessWorld::real();
   if (!settings.processEvents) world.listen = nullptr;
+  world.pretend = [board](std::string& reason) { return board->pretend(reason); };
   return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"),
                                             std::move(world));
 }
 
 RestartMeans restartMeans(HostSettings const& settings,
-                          std::shared_ptr<ProcessUtilities> const& utilities) {
+                          std::shared_ptr<ProcessUtilities> const& utilities,
+                          std::shared_ptr<WatchBoard> const& board) {
   return {settings.restartCommand,
           [utilities](std::string const& commandLine, unsigned int& pid) {
             return utilities->run(commandLine, pid);
@@ -45,7 +48,13 @@ RestartMeans restartMeans(HostSettings const& settings,
             bool isRunning = false;  // a stopped one has not ended either
             return utilities->isRunning(pid, isRunning) != PResult::notFound;
           },
-          restartThisMachine, ::geteuid() == 0};
+          restartThisMachine,
+          ::geteuid() == 0,
+          [board] { return board->causeOfRestart(); },
+          [board] {
+            std::string reason;  // is the cause
+            return board->pretend(reason);
+          }};
 }
 
 RestartClocks restartClocks() {
@@ -57,29 +66,45 @@ RestartClocks restartClocks() {
 
 OsRestart* makeRestart(HostSettings const& settings,
                        std::shared_ptr<ProcessUtilities> const& utilities,
+                       std::shared_ptr<WatchBoard> const& board,
                        std::shared_ptr<spdlog::logger> const& log) {
   std::optional<RestartJournal> journal;
   if (!settings.stateDir.empty()) journal.emplace(settings.stateDir, log);
-  return new OsRestart(restartMeans(settings, utilities), restartClocks(), settings.restartLimits,
-                       std::move(journal), log);
+  return new OsRestart(restartMeans(settings, utilities, board), restartClocks(),
+                       settings.restartLimits, std::move(journal), log);
 }
 
 }  // namespace
 
 Services::Services(HostSettings const& settings, ConfigSources sources,
                    std::shared_ptr<LogOutput> const& output)
-    : fConfigManager(holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")))),
-      fUtilities(makeUtilities(settings, *output)) {
-  Runtime::install(fUtilities);
+    : fJournal(std::make_shared<RecordJournal>()),
+      fBoard(std::make_shared<WatchBoard>(fJournal)),
+      fUtilities(makeUtilities(settings, *output, fBoard)),
+      fCounters(holdRef(new ExtCounters)),
+      fRestart(holdRef(makeRestart(settings, fUtilities, fBoard, output->logger("vesk.restart")))) {
+  fConfigManager = holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")));
+  Runtime::install(std::make_shared<ObservedUtilities>(fUtilities, fBoard));
   Runtime::provide(ID_ILOGGER, [output](IBase*& instance) {
     instance = new Logger(output);
     return PResult::ok;
   });
   Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
-  Runtime::provide(ID_IEVENTDISPATCHER, new EventDispatcher(output->logger("vesk.events")));
-  Runtime::provide(ID_IEXTCOUNTERS, new ExtCounters);
-  Runtime::provide(ID_IOSRESTART,
-                   makeRestart(settings, fUtilities, output->logger("vesk.restart")));
+  auto* const events = new EventDispatcher(output->logger("vesk.events"));
+  Runtime::provide(ID_IEVENTDISPATCHER, new RecordedEvents(events, fBoard));
+  Runtime::provide(ID_IEXTCOUNTERS, fCounters.get());
+  Runtime::provide(ID_IOSRESTART, new RecordedRestart(fRestart.get(), fBoard));
 }
 
-Services::~Services() { Runtime::reset(); }
+Services::~Services() {
+  Runtime::reset();
+  fJournal->close();
+}
+
+std::function<std::map<std::string, unsigned long long>()> Services::counters() const {
+  return [counters = fCounters] { return counters->values(); };
+}
+
+std::function<RestartState()> Services::restarts() const {
+  return [restart = fRestart] { return restart->state(); };
+}

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
+#include <string>
 
 #include "host/daemon/HostSettings.h"
 #include "host/process/ProcessUtilities.h"
 #include "host/services/ConfigManager.h"
+#include "host/services/ExtCounters.h"
 #include "host/services/LogOutput.h"
-#include "host/watch/RecordJournal.h"
+#include "host/services/OsRestart.h"
 #include "host/watch/WatchBoard.h"
 
 /// Everything that the host offers its plug-ins, for as long as this object
@@ -29,10 +33,14 @@ class Services {
   // What is to be shown; each may outlive this object.
   std::shared_ptr<WatchBoard> board() const { return fBoard; }
   std::shared_ptr<RecordJournal> journal() const { return fJournal; }
+  std::function<std::map<std::string, unsigned long long>()> counters() const;
+  std::function<RestartState()> restarts() const;
 
  private:
-  std::shared_ptr<RecordJournal> fJournal = std::make_shared<RecordJournal>();
-  std::shared_ptr<WatchBoard> fBoard = std::make_shared<WatchBoard>();
+  std::shared_ptr<RecordJournal> fJournal;
+  std::shared_ptr<WatchBoard> fBoard;
   std::shared_ptr<ConfigManager> fConfigManager;
   std::shared_ptr<ProcessUtilities> fUtilities;
+  std::shared_ptr<ExtCounters> fCounters;
+  std::shared_ptr<OsRestart> fRestart;
 };

@@ -46,6 +46,7 @@ std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
   for (std::string const& plugin : options.plugins) {
     setup.settings.plugins.push_back(std::filesystem::absolute(plugin));
   }
+  if (options.dryRun) setup.settings.dryRun = true;
   if (options.logLevel) setup.settings.log.level = *options.logLevel;
   if (options.dryRun) setup.settings.dryRun = true;
   if (setup.settings.plugins.empty()) return noPlugin(options.configFile);

@@ -1,6 +1,7 @@
 #include "host/entries/Roster.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +26,15 @@ ApiError conflict(std::string const& name) {
 
 ApiResult answer(std::string const& name) { return nlohmann::json{{"name", name}}; }
 
+void logDryRun(DryRun const& dryRun, spdlog::logger& log) {
+  if (dryRun.all) {
+    log.warn("dry run: nothing is ended, started or restarted");
+  } else if (!dryRun.names.empty()) {
+    log.warn("dry run of {}: nothing of it is ended, started or restarted",
+             fmt::join(dryRun.names, ", "));
+  }
+}
+
 WallTime now() { return std::chrono::floor<WallTime::duration>(std::chrono::system_clock::now()); }
 
 }  // namespace
@@ -39,6 +49,7 @@ void Roster::announce(WatchdogFacts facts) {
   for (auto const& [name, settings] : fAdded) {
     if (settings.dryRun && !isInFile(name)) fDryRun.names.insert(name);
   }
+  logDryRun(fDryRun, *fLog);
   fBoard->setGlobals(fFacts.globals);
   fBoard->setDryRun(fDryRun);
   for (EntrySettings const& settings : fFacts.entries) {

@@ -6,16 +6,22 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "framework/PResult.h"
 #include "host/process/CommandLine.h"
 #include "host/process/ProcessHandle.h"
+#include "host/process/StartableProgram.h"
 
 namespace {
 
 constexpr unsigned int kInitPid = 1;
+
+/// The end of a message.
+std::string asBecause(std::string const& reason) { return reason.empty() ? "" : ": " + reason; }
 
 unsigned int systemSetting(int name) { return static_cast<unsigned int>(::sysconf(name)); }
 
@@ -94,6 +100,7 @@ int ProcessUtilities::kill(unsigned int pid) {
     fLog->error("process {} ({}) is never signalled", pid, stat.comm);
     return -EPERM;
   }
+  if (std::string reason; isPretended(reason)) return pretendToEnd(process, stat, reason);
   {
     // Before the signal, so that no start forgets to wait; what is not being ended
     // is not waited for.
@@ -101,10 +108,24 @@ int ProcessUtilities::kill(unsigned int pid) {
     fKilledSinceFind.push_back(pid);
   }
   res = fReaper.end(std::move(process), stat.comm, fSettings.killGrace);
-  if (res != PResult::ok && res != PResult::notFound) {
-    fLog->error("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res));
-  }
+  logUnended(res, pid, stat);
   return res;
+}
+
+void ProcessUtilities::logUnended(int res, unsigned int pid, ProcessStat const& stat) const {
+  if (res == PResult::ok || res == PResult::notFound) return;
+  fLog->error("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res));
+}
+
+int ProcessUtilities::pretendToEnd(ProcessHandle const& process, ProcessStat const& stat,
+                                   std::string const& reason) const {
+  constexpr int kNoSignal = 0;  // whether it may be signalled, and nothing else
+  const int res = process.send(kNoSignal);
+  logUnended(res, process.pid(), stat);
+  if (res != PResult::ok) return res;
+  fLog->warn("dry run: would have ended process {} ({}){}", process.pid(), stat.comm,
+             asBecause(reason));
+  return PResult::ok;
 }
 
 int ProcessUtilities::start(std::string const& executable, std::string const& arguments,
@@ -123,7 +144,30 @@ int ProcessUtilities::start(std::string const& executable, std::string const& ar
                 arguments);
     return -EINVAL;
   }
+  if (std::string reason; isPretended(reason)) {
+    pid = 0;
+    return pretendToStart(request, arguments, reason);
+  }
   return launch(request, pid);
+}
+
+int ProcessUtilities::pretendToStart(SpawnRequest const& request, std::string const& arguments,
+                                     std::string const& reason) const {
+  std::string const& folder = request.workingDir;
+  StartObstacle obstacle;
+  if (std::error_code error; !folder.empty() && !std::filesystem::is_directory(folder, error)) {
+    const auto cause = error ? error : std::make_error_code(std::errc::not_a_directory);
+    obstacle = {cause.value(), "cannot enter " + folder + ": " + cause.message()};
+  } else {
+    obstacle = StartableProgram(request.executable, folder).obstacle();
+  }
+  if (obstacle.error != 0) {
+    fLog->error("dry run: program {} cannot be started: {}", request.executable, obstacle.text);
+    return -obstacle.error;
+  }
+  fLog->warn("dry run: would have started {}{}{}{}", request.executable,
+             arguments.empty() ? "" : " ", arguments, asBecause(reason));
+  return PResult::ok;
 }
 
 int ProcessUtilities::run(std::string const& commandLine, unsigned int& pid) {

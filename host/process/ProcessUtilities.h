@@ -3,6 +3,7 @@
 #include <spdlog/logger.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -21,12 +22,17 @@
 #include "host/process/ProcessTree.h"
 #include "host/process/Reaper.h"
 
+/// Whether what the calling thread does is only to be pretended.
+/// @param reason set to why it would be done, where that is known.
+using Pretend = std::function<bool(std::string& reason)>;
+
 /// What the process utilities need of the machine beside its process table.
 struct ProcessWorld {
   std::unique_ptr<IClock> clock;
   std::unique_ptr<IProcessSignals> signals;
   std::unique_ptr<ISpawner> spawner;
   ListenToEvents listen;  ///< none: every look reads the whole table
+  Pretend pretend{};      ///< none: everything is done
 
   /// The machine that this process runs on.
   static ProcessWorld real();
@@ -60,6 +66,12 @@ class ProcessUtilities : public IProcessUtilities {
 
  private:
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
+  bool isPretended(std::string& reason) const { return fWorld.pretend && fWorld.pretend(reason); }
+  void logUnended(int res, unsigned int pid, ProcessStat const& stat) const;
+  int pretendToEnd(ProcessHandle const& process, ProcessStat const& stat,
+                   std::string const& reason) const;
+  int pretendToStart(SpawnRequest const& request, std::string const& arguments,
+                     std::string const& reason) const;
   int hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat);
   void note(unsigned int pid) noexcept;
   int launch(SpawnRequest const& request, unsigned int& pid);

@@ -22,6 +22,9 @@ class UniqueFd {
   int get() const noexcept { return fFd; }
   explicit operator bool() const noexcept { return fFd >= 0; }
 
+  /// Leaves the closing to the caller.
+  int release() noexcept { return std::exchange(fFd, -1); }
+
   void reset() noexcept {
     if (fFd >= 0) ::close(fFd);
     fFd = -1;

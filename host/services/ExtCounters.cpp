@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "framework/PGuard.h"
+#include "framework/PUtils.h"
 
 int ExtCounters::increment(PLiteral const& name) {
   return pGuarded([&] {
@@ -21,4 +22,11 @@ int ExtCounters::getValue(PLiteral const& name, unsigned long long& value) const
     value = found->second;
     return PResult::ok;
   });
+}
+
+std::map<std::string, unsigned long long> ExtCounters::values() const {
+  const std::lock_guard lock(fMutex);
+  std::map<std::string, unsigned long long> values;
+  for (auto const& [name, value] : fValues) values[PUtils::toUtf8(name)] = value;
+  return values;
 }

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <string>
 
 #include "framework/IExtCounters.h"
 #include "framework/PString.h"
@@ -15,6 +16,9 @@ class ExtCounters : public RefCounted<IExtCounters> {
   /// @return 0, or -EINVAL for the empty name.
   int increment(PLiteral const& name) override;
   int getValue(PLiteral const& name, unsigned long long& value) const override;
+
+  /// All of them, by name in UTF-8.
+  std::map<std::string, unsigned long long> values() const;
 
  private:
   ~ExtCounters() override = default;

@@ -1,39 +1,8 @@
 #include "host/services/LogFormat.h"
 
-#include <fmt/format.h>
 #include <spdlog/pattern_formatter.h>
-#include <utf8.h>
-
-#include <algorithm>
-#include <iterator>
 
 namespace {
-
-constexpr unsigned char kFirstPrintable = 0x20;
-constexpr unsigned char kDelete = 0x7f;
-constexpr unsigned int kLastControl = 0x9f;
-
-/// Printable ASCII, which nearly every line is made of.
-bool isPlain(char character) {
-  const auto byte = static_cast<unsigned char>(character);
-  return (byte >= kFirstPrintable && byte < kDelete) || byte == '\t';
-}
-
-void appendCharacter(char32_t character, std::string& out) {
-  auto to = std::back_inserter(out);
-  if (character == U'\n') {
-    out += "\\n";
-  } else if (character == U'\r') {
-    out += "\\r";
-  } else if (character == U'\t' || (character >= kFirstPrintable && character < kDelete) ||
-             character > kLastControl) {
-    utf8::unchecked::append(character, to);
-  } else if (character <= kDelete) {
-    fmt::format_to(to, "\\x{:02x}", static_cast<unsigned int>(character));
-  } else {
-    fmt::format_to(to, "\\u{:04x}", static_cast<unsigned int>(character));
-  }
-}
 
 /// One text of the message: the log name or what was logged.
 template <spdlog::string_view_t spdlog::details::log_msg::*part>
@@ -42,7 +11,7 @@ class PrintableFlag : public spdlog::custom_flag_formatter {
   void format(spdlog::details::log_msg const& message, std::tm const& /*time*/,
               spdlog::memory_buf_t& out) override {
     const std::string_view text((message.*part).data(), (message.*part).size());
-    if (std::all_of(text.begin(), text.end(), isPlain)) {
+    if (isPlain(text)) {
       out.append(text);
     } else {
       out.append(printable(text));
@@ -80,20 +49,6 @@ std::string_view journalPriority(spdlog::level::level_enum level) {
     default:
       return "<7>";
   }
-}
-
-std::string printable(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  auto at = text.begin();
-  while (at != text.end()) {
-    const auto wellFormedEnd = utf8::find_invalid(at, text.end());
-    while (at != wellFormedEnd) appendCharacter(utf8::unchecked::next(at), out);
-    if (at == text.end()) break;
-    fmt::format_to(std::back_inserter(out), "\\x{:02x}", static_cast<unsigned char>(*at));
-    ++at;
-  }
-  return out;
 }
 
 std::unique_ptr<spdlog::formatter> makeLogFormat(LogLayout layout) {

@@ -3,16 +3,9 @@
 #include <spdlog/formatter.h>
 
 #include <memory>
-#include <string>
 #include <string_view>
 
-/// `text` as it may stand in one line of a log or on a terminal: well-formed
-/// UTF-8 without control characters.
-///
-/// A tab stays. A newline becomes `\n`, a carriage return `\r`, any other ASCII
-/// control character `\x1b`, one of the second control block `\u009b`, and a byte
-/// that is not UTF-8 `\xff`.
-std::string printable(std::string_view text);
+#include "host/services/Printable.h"
 
 /// What a line of the log begins with: the time with milliseconds and zone offset,
 /// or what the journal takes for the line's priority.

@@ -5,6 +5,7 @@
 #include <sys/reboot.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -45,8 +46,13 @@ RestartMoment OsRestart::now() const {
 }
 
 RestartState OsRestart::state() const {
+  const RestartMoment moment = now();
   const std::lock_guard lock(fMutex);
-  return fState;
+  RestartState state = fState;
+  state.limit = fLimits.limit;
+  state.inWindow = static_cast<unsigned int>(std::ranges::count_if(
+      state.past, [&](auto const& each) { return ageOf(each, moment) < fLimits.window; }));
+  return state;
 }
 
 int OsRestart::restart(int mode) {
@@ -55,6 +61,8 @@ int OsRestart::restart(int mode) {
       fLog->error("operating-system restart refused: there is no mode {}", mode);
       return -EINVAL;
     }
+    const std::string cause = fMeans.cause ? fMeans.cause() : "";
+    if (!cause.empty()) return request(cause);
     return request(fmt::format("requested by a plug-in (argument {})", mode));
   });
 }
@@ -66,6 +74,10 @@ int OsRestart::request(std::string const& cause) {
     {
       const std::lock_guard lock(fMutex);
       if (const auto answer = answerAtOnce(moment)) return *answer;
+      if (fMeans.isPretended && fMeans.isPretended()) {
+        fLog->warn("dry run: would have restarted the operating system: {}", cause);
+        return PResult::ok;
+      }
       past = add(moment, cause);
       fIsBeingMade = true;
     }

@@ -34,6 +34,12 @@ struct RestartMeans {
 
   /// Whether this process may restart the kernel.
   bool isRoot = false;
+
+  /// Why the calling thread wants a restart; empty where that is not known.
+  std::function<std::string()> cause{};
+
+  /// Whether a dry run holds back what the calling thread wants.
+  std::function<bool()> isPretended{};
 };
 
 /// By what the moment of a restart is told.
@@ -53,13 +59,16 @@ struct RestartState {
   /// The oldest first. Those that are older than the window stay until the next.
   std::vector<PastRestart> past;
   std::optional<Refusal> lastRefusal;
+  unsigned int inWindow = 0;  ///< of the past ones, those that count for the limit now
+  unsigned int limit = 0;     ///< how many the window may hold
 };
 
 /// Restarts the operating system: by the configured command, whose own rights
 /// decide, or else by the kernel, if the host is root. A restart is recorded before
 /// it is made, and not made beyond the limits. What is asked for while one is under
 /// way is not made again: while its command runs, and for two minutes from the
-/// start of the command, which the machine may take to go down.
+/// start of the command, which the machine may take to go down. What a dry run holds
+/// back is judged by the limits, but neither made nor counted.
 class OsRestart : public RefCounted<IOSRestart> {
  public:
   static constexpr std::chrono::seconds kTimeToGoDown{120};

@@ -1,4 +1,4 @@
-// The framework's system classes, linked in place of the host's.
+// The framework's system classes but for the processes, linked in place of the host's.
 
 #include <gtest/gtest.h>
 
@@ -8,10 +8,8 @@
 
 #include "framework/PConditionalVar.h"
 #include "framework/PMutex.h"
-#include "framework/PProcess.h"
 #include "framework/PThread.h"
 #include "framework/PTime.h"
-#include "framework/PUtils.h"
 #include "tests/plugin/ScriptedFramework.h"
 
 int ScriptedFramework::call(std::string const& line, int otherwise) {
@@ -134,41 +132,3 @@ int PThread::setName(const char* name) noexcept {
 long long PTime::getTickCount() noexcept { return framework().now; }
 
 long long PTime::getTickCountDiff(long long from, long long to) noexcept { return to - from; }
-
-int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
-                   std::vector<unsigned int>& parentPids) noexcept {
-  EXPECT_TRUE(pids.empty() && parentPids.empty());
-  for (auto const& process : framework().processes[PUtils::toUtf8(name)]) {
-    pids.push_back(process.pid);
-    parentPids.push_back(process.parent);
-    framework().found[process.pid] = process;
-  }
-  return framework().call("find " + PUtils::toUtf8(name),
-                          pids.empty() ? PResult::notFound : PResult::ok);
-}
-
-int PProcess::getCPUUsage(unsigned int pid, unsigned int& percent) noexcept {
-  percent = framework().found[pid].cpu;
-  return framework().call("getCPUUsage " + std::to_string(pid));
-}
-
-int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept {
-  kib = framework().found[pid].mem;
-  return framework().call("getMemoryUsage " + std::to_string(pid));
-}
-
-int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
-  running = framework().found[pid].running;
-  return framework().call("isRunning " + std::to_string(pid));
-}
-
-int PProcess::kill(unsigned int pid) noexcept {
-  return framework().call("kill " + std::to_string(pid));
-}
-
-int PProcess::start(PLiteral const& executable, PLiteral const& arguments,
-                    PLiteral const& workingDir, unsigned int& pid) noexcept {
-  pid = 500;
-  return framework().call("start " + PUtils::toUtf8(executable) + "|" + PUtils::toUtf8(arguments) +
-                          "|" + PUtils::toUtf8(workingDir));
-}

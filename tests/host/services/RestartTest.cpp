@@ -164,11 +164,13 @@ TEST(Restart, IsRememberedFromBootToBootAndItsCauseIsShown) {
   EXPECT_EQ(machine.start("3")->restart(0), -EAGAIN);
   EXPECT_EQ(machine.log.lines().size(), lines + 1);  // the same boot: no cause is shown
   EXPECT_EQ(machine.start("4")->restart(0), -EAGAIN);
+  EXPECT_EQ(machine.start("4")->state().inWindow, 3U);
   EXPECT_EQ(machine.log.lines().at(lines + 1),
             "info test: the last restart of the operating system was requested at "
             "2001-09-09 02:53:20 UTC: as asked by 3");
   machine.outcome = -EIO;  // does not count: the next boot knows of no fourth
   machine.time += 82400;
+  EXPECT_EQ(machine.start("4")->state().inWindow, 1U);
   EXPECT_EQ(machine.start("4")->restart(0), -EIO);
   EXPECT_EQ(machine.start("5")->state().past.back().cause, "as asked by 3");
 }

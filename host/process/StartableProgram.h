@@ -2,6 +2,12 @@
 
 #include <string>
 
+/// Why a program cannot be executed.
+struct StartObstacle {
+  int error = 0;     ///< the errno that a start would meet; 0: nothing speaks against it
+  std::string text;  ///< for people; empty likewise
+};
+
 /// A program as the host would start it, seen without starting it.
 class StartableProgram {
  public:
@@ -9,8 +15,8 @@ class StartableProgram {
   /// @param workingDir entered before; empty for the host's own.
   StartableProgram(std::string executable, std::string workingDir);
 
-  /// Why it cannot be executed; empty when nothing speaks against it.
-  std::string obstacle() const;
+  /// Why it cannot be executed.
+  StartObstacle obstacle() const;
 
   /// The name that the kernel keeps of it: a script's is its own, not that of its
   /// interpreter.

@@ -1,4 +1,4 @@
-#include "host/check/StartableProgram.h"
+#include "host/process/StartableProgram.h"
 
 #include <unistd.h>
 
@@ -25,15 +25,19 @@ StartableProgram::StartableProgram(std::string executable, std::string workingDi
     : fExecutable(std::move(executable)),
       fFile(std::filesystem::path(std::move(workingDir)) / resolveExecutable(fExecutable)) {}
 
-std::string StartableProgram::obstacle() const {
+StartObstacle StartableProgram::obstacle() const {
   std::error_code error;
   const auto status = std::filesystem::status(fFile, error);
   const bool isBare = fExecutable.find('/') == std::string::npos;
-  if (isBare && !std::filesystem::exists(status)) return "not found in PATH";
-  if (!std::filesystem::exists(status)) return error.message();
-  if (std::filesystem::is_directory(status)) return std::generic_category().message(EISDIR);
-  if (!std::filesystem::is_regular_file(status)) return "not a program";
-  return ::access(fFile.c_str(), X_OK) == 0 ? "" : std::generic_category().message(errno);
+  if (isBare && !std::filesystem::exists(status)) return {ENOENT, "not found in PATH"};
+  if (!std::filesystem::exists(status)) return {error ? error.value() : ENOENT, error.message()};
+  if (std::filesystem::is_directory(status)) {
+    return {EACCES, std::generic_category().message(EISDIR)};
+  }
+  if (!std::filesystem::is_regular_file(status)) return {EACCES, "not a program"};
+  if (::access(fFile.c_str(), X_OK) == 0) return {};
+  const int cause = errno;
+  return {cause, std::generic_category().message(cause)};
 }
 
 std::string StartableProgram::keptName() const { return baseName(fFile).substr(0, kKeptLength); }

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace ctl {
+
+/// Why the host cannot be reached by the socket of this path, and what to do about it:
+/// tries once more to find out.
+std::string whyUnreachable(std::string const& path);
+
+/// Whether an address of a UNIX socket has room for it.
+bool fitsIntoAddress(std::string const& path);
+
+}  // namespace ctl

@@ -1,0 +1,182 @@
+// The control API as its clients see it.
+
+#include <future>
+
+#include "tests/host/control/ControlFixture.h"
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Return;
+using testing::StartsWith;
+using namespace std::string_literals;
+
+class ControlApiTest : public ControlFixture {};
+
+EntryView madeEntry() {
+  EntryView entry;
+  entry.settings.name = "caf\xe9/x";
+  entry.isKnown = true;
+  entry.lookedAt = WallTime(std::chrono::milliseconds(61'007));
+  entry.instances = {{99, 1, true, true, 3, 2048, {2, std::chrono::milliseconds(2004), 3, 2048}},
+                     {98, 1, false, std::nullopt, std::nullopt, std::nullopt, {}}};
+  return entry;
+}
+
+TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
+  view.entries = {madeEntry()};
+  proc.add(99, {"caf\xe9/x", 'T'});
+  proc.add(98, {"other"});
+  journal->append({0, WallTime{}, RecordKind::kill, "x", 5, std::nullopt, -3, true, "why"});
+  ASSERT_TRUE(open()) << cause;
+  const json status = json::parse(bodyOf(ask("GET", "/v1/status")));
+  EXPECT_EQ(status["started_at"], "1970-01-01T00:00:01.500Z");
+  EXPECT_EQ(status["plugins"], json{"a.so"});
+  EXPECT_EQ(status["entries"][0].dump(),
+            R"({"action":"none","counted":1,"cpu_percent":3,"dry_run":false,"find_result":0,)"
+            R"("health":"ok","instances":2,"memory_kib":2048,"name":"caf�/x"})");
+  const json entry = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2fx")));
+  EXPECT_EQ(entry["instances"].dump(),
+            R"([{"counts":true,"cpu_percent":3,"is_running":true,"memory_kib":2048,)"
+            R"("parent_pid":1,"pid":99,"state":"T","window":{"age_ms":2004,"cpu_average":3,)"
+            R"("memory_average":2048,"samples":2}},{"counts":false,"cpu_percent":null,)"
+            R"("is_running":null,"memory_kib":null,"parent_pid":1,"pid":98,"state":null,)"
+            R"("window":{"age_ms":0,"cpu_average":null,"memory_average":null,"samples":0}}])");
+  EXPECT_EQ(entry["looked_at"], "1970-01-01T00:01:01.007Z");
+  EXPECT_EQ(json::parse(bodyOf(ask("GET", "/v1/entries")))["entries"], json{entry});
+  const json why = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2Fx/explain")));
+  EXPECT_EQ(why["checks"].size(), 4) << why;
+  EXPECT_EQ(bodyOf(ask("GET", "/v1/events")),
+            R"({"events":[{"entry":"x","kind":"kill","number":1,"pid":5,"result":-3,"text":"why",)"
+            R"("time":"1970-01-01T00:00:00.000Z","value":null,"would_have":true}],)"
+            R"("missed":0,"next":2})"
+            "\n");
+  EXPECT_THAT(ask("GET", "/metrics"), HasSubstr("Content-Type: text/plain; version=0.0.4\r\n"));
+  const std::string head = ask("HEAD", "/v1/status");
+  EXPECT_THAT(head, StartsWith("HTTP/1.1 200"));
+  EXPECT_EQ(bodyOf(head), "");
+}
+
+TEST_F(ControlApiTest, RefusesWithTheCodeOfTheCause) {
+  EXPECT_CALL(*changes, add).WillRepeatedly([](json const& entry) -> ApiResult {
+    if (entry.empty()) throw std::runtime_error("surprise");
+    if (entry.contains("memory")) throw std::bad_alloc();
+    return ApiError{ApiError::Code::conflict, "there"};
+  });
+  EXPECT_CALL(*changes, reload).WillRepeatedly(Return(ApiError{ApiError::Code::refused, "no"}));
+  EXPECT_CALL(*changes, remove("a+b"))
+      .WillRepeatedly(Return(ApiError{ApiError::Code::unavailable, "stopping"}));
+  ASSERT_TRUE(open());
+  const struct {
+    std::string method, target, body, status, code;
+  } kCases[] = {
+      {"GET", "/v1/events?limit=1x", "", "400", "bad_request"},
+      {"GET", "/v1/events?from=-1", "", "400", "bad_request"},
+      {"GET", "/v1/events?limit=1&limit=2", "", "400", "bad_request"},
+      {"GET", "/v1/events?follow=maybe", "", "400", "bad_request"},
+      {"GET", "/v1/entries/%4", "", "400", "bad_request"},
+      {"GET", "/v1/match", "", "400", "bad_request"},
+      {"POST", "/v1/entries", "[1]", "400", "bad_request"},
+      {"POST", "/v1/entries", "{", "400", "bad_request"},
+      {"POST", "/v1/entries", R"({"a":)" + std::string(60'000, '['), "400", "bad_request"},
+      {"GET", "/v1/events?limt=1", "", "400", "unknown_field"},
+      {"GET", "/v1/events?=1", "", "400", "unknown_field"},
+      {"GET", "/v1/events?limit=1001", "", "400", "bad_value"},
+      {"GET", "/v1/events?from=99999999999999999999", "", "400", "bad_value"},
+      {"GET", "/v1/match?name=", "", "400", "bad_value"},
+      {"GET", "/v1/entries/nobody", "", "404", "not_found"},
+      {"GET", "/v1/entries/", "", "404", "not_found"},
+      {"GET", "/v1/status/", "", "404", "not_found"},
+      {"GET", "/v1", "", "404", "not_found"},
+      {"BREW", "/v1/reload", "", "405", "bad_method"},
+      {"POST", "/v1/entries", R"({"name":"x"})", "409", "conflict"},
+      {"POST", "/v1/entries", std::string(65'537, ' '), "413", "too_large"},
+      {"POST", "/v1/reload", "", "422", "refused"},
+      {"POST", "/v1/entries", "{}", "500", "internal"},
+      {"POST", "/v1/entries", R"({"memory":1})", "503", "unavailable"},
+      {"DELETE", "/v1/entries/a+b", "", "503", "unavailable"},
+  };
+  for (auto const& [method, target, body, status, code] : kCases) {
+    const std::string answer = ask(method, target, body);
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 " + status)) << method << " " << target;
+    EXPECT_THAT(answer, HasSubstr("\"code\":\"" + code + "\"")) << method << " " << target;
+  }
+  EXPECT_THAT(ask("PUT", "/v1/entries"), HasSubstr("\r\nAllow: GET, HEAD, POST\r\n"));
+}
+
+TEST_F(ControlApiTest, AnswersWhileAChangeWaits) {
+  std::promise<void> begun;
+  std::promise<void> released;
+  EXPECT_CALL(*changes, add(json{{"name", "x"}})).WillOnce([&](json const& entry) -> ApiResult {
+    begun.set_value();
+    released.get_future().wait();
+    return entry;
+  });
+  ASSERT_TRUE(open());
+  auto change = std::async(std::launch::async,
+                           [this] { return ask("POST", "/v1/entries", R"({"name":"x"})"); });
+  begun.get_future().wait();
+  EXPECT_THAT(ask("GET", "/v1/status"), StartsWith("HTTP/1.1 200"));
+  released.set_value();
+  EXPECT_THAT(change.get(), StartsWith("HTTP/1.1 201"));
+}
+
+TEST_F(ControlApiTest, StreamsWhatComesAndTellsWhatIsLost) {
+  for (int i = 0; i < 1030; ++i) journal->append({});
+  ASSERT_TRUE(open());
+  const RawClient late(settings.socket);
+  late.send(requestText("GET", "/v1/events?follow=true&from=5"));
+  EXPECT_THAT(late.receive(R"("number":7,)"), HasSubstr("\n{\"missed\":2}\n{\"entry\":null,"));
+  const RawClient coming(settings.socket);
+  coming.send(requestText("GET", "/v1/events?follow=true&from=9999"));
+  coming.receive("\r\n\r\n");
+  journal->append({});
+  EXPECT_THAT(coming.receive("would_have"), HasSubstr(R"("number":1031)"));
+  server.reset();
+  EXPECT_THAT(coming.receive(), testing::EndsWith("0\r\n\r\n"));
+}
+
+TEST_F(ControlApiTest, SaysWhyANameDoesNotMatch) {
+  using Words = std::string;
+  proc.add(10, {"a-name-of-eightee", 'S', 1, 0, 1, 100, 0, "x"});
+  proc.add(20, {"a-name-of-eight", 'S', 1, 0, 1, 100, 0, Words("/opt/a-name-of-eighteen\0-v", 26)});
+  proc.add(21, {"a-name-of-eight", 'S', 1, 0, 1, 100, 0, "other"});
+  proc.add(30, {"serve", 'S', 4, 0, 1, 100, 0, std::string(300, 'c')});
+  proc.add(31, {"serve", 'Z', 1, 0, 1});
+  proc.add(32, {"python3.11", 'S', 1, 0, 1, 100, 0, Words("python3\0/usr/bin/serve\0", 23)});
+  proc.add(33, {"main", 'S', 1, 0, 1, 100, 0, "/bin/serve"});
+  proc.add(34, {"Serve"});
+  proc.add(35, {"server"});
+  proc.add(36, {"swerve"});
+  proc.add(37, {"vim", 'S', 1, 0, 1, 100, 0, Words("vim\0a\0b\0serve.conf", 18)});
+  proc.add(38, {"pool", 'S', 1, 0, 2});
+  proc.makeFile("38/task/39/comm", "serve\n");
+  proc.add(40, {"unrelated"});
+  ASSERT_TRUE(open());
+  const json found = json::parse(bodyOf(ask("GET", "/v1/match?name=serve")));
+  ASSERT_EQ(found["matches"].size(), 1) << found;
+  EXPECT_EQ(found["matches"][0], (json{{"pid", 30},
+                                       {"parent_pid", 4},
+                                       {"comm", "serve"},
+                                       {"command", std::string(200, 'c')},
+                                       {"state", "S"}}));
+  std::string misses;
+  for (json const& miss : found["near_misses"]) {
+    misses += std::to_string(miss["pid"].get<int>()) + " " + miss["why"].get<std::string>() + "\n";
+  }
+  EXPECT_EQ(misses,
+            "31 it is dead, and its parent has not reaped it\n"
+            "32 it is a script: the kernel's name of it is that of its interpreter, python3.11\n"
+            "33 it was started under that name, but the kernel's name of it is main\n"
+            "38 one of its threads is named so, but the process is pool\n"
+            "34 capital letters count: it is Serve\n"
+            "35 its name goes on: it is server\n"
+            "36 one or two letters differ: it is swerve\n"
+            "37 the name is only in the arguments: the kernel's name of it is vim\n");
+  const json cut = json::parse(bodyOf(ask("GET", "/v1/match?name=a-name-of-eighteen")));
+  EXPECT_EQ(cut["matches"][0]["pid"], 20);
+  EXPECT_EQ(cut["near_misses"][0]["pid"], 21) << cut;
+}
+
+}  // namespace

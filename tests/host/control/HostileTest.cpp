@@ -1,0 +1,181 @@
+// The socket as a file, and clients that mean no good.
+
+#include <malloc.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <random>
+
+#include "host/control/MetricsSocket.h"
+#include "tests/host/control/ControlFixture.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class ControlSocketTest : public ControlFixture {};
+class HostileClientTest : public ControlFixture {};
+
+TEST_F(ControlSocketTest, TakesThePlaceOfADeadHostOnly) {
+  ASSERT_TRUE(open()) << cause;
+  struct stat status {};
+  ASSERT_EQ(::lstat(settings.socket.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode, S_IFSOCK | 0660);
+  const auto first = std::move(server);
+  EXPECT_FALSE(open());
+  EXPECT_THAT(cause, HasSubstr("is another host running?"));
+  EXPECT_TRUE(stillAnswers());
+
+  // As a host leaves it that was killed.
+  settings.socket = folder.path("stale");
+  { ControlSocket::open(settings, cause).release()->take(); }
+  settings.group = "0";
+  EXPECT_TRUE(open()) << cause;
+  EXPECT_TRUE(stillAnswers());
+  std::filesystem::rename(settings.socket, folder.path("own"));
+  folder.makeFile("stale", "precious");
+  server.reset();
+  EXPECT_EQ(contentOf(settings.socket), "precious");
+  EXPECT_FALSE(open());
+  EXPECT_THAT(cause, HasSubstr("not a socket"));
+  EXPECT_EQ(contentOf(settings.socket), "precious");
+
+  for (std::string const& wrong : {folder.path("none/s"), folder.path(std::string(108, 'x'))}) {
+    settings.socket = wrong;
+    EXPECT_FALSE(open());
+    EXPECT_THAT(cause, HasSubstr(wrong + ": "));
+  }
+  settings.socket = folder.path("refused");
+  settings.owner = "nobody-of-that-name";
+  EXPECT_FALSE(open());
+  EXPECT_FALSE(std::filesystem::exists(settings.socket));
+}
+
+TEST_F(ControlSocketTest, GivesMetricsAloneOnAPort) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  auto* generic = reinterpret_cast<sockaddr*>(&address);
+  {
+    const UniqueFd probe(::socket(AF_INET, SOCK_STREAM, 0));
+    ASSERT_EQ(::bind(probe.get(), generic, size), 0);
+    ASSERT_EQ(::getsockname(probe.get(), generic, &size), 0);
+  }
+  settings.metricsAddress = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+  ASSERT_TRUE(open()) << cause;
+  const std::pair<const char*, const char*> kCases[] = {{"GET /metrics", "HTTP/1.1 200"},
+                                                        {"POST /metrics", "HTTP/1.1 405"},
+                                                        {"GET /v1/status", "HTTP/1.1 404"},
+                                                        {"POST /v1/reload", "HTTP/1.1 404"}};
+  for (auto const& [asked, answered] : kCases) {
+    const UniqueFd client(::socket(AF_INET, SOCK_STREAM, 0));
+    ASSERT_EQ(::connect(client.get(), generic, size), 0);
+    const std::string text = std::string(asked) + " HTTP/1.1\r\nHost: v\r\n\r\n";
+    ASSERT_EQ(::send(client.get(), text.data(), text.size(), 0), ssize_t(text.size()));
+    char answer[13] = {};
+    ::recv(client.get(), answer, 12, MSG_WAITALL);
+    EXPECT_STREQ(answer, answered) << asked;
+  }
+  const auto first = std::move(server);
+  settings.socket.clear();
+  EXPECT_FALSE(open());
+  EXPECT_THAT(cause, HasSubstr("in use"));
+  for (const char* wrong : {"127.0.0.1", "localhost:80", "[::1:80", "::1:80", "1.2.3.4:65536"}) {
+    EXPECT_FALSE(parseAddress(wrong)) << wrong;
+  }
+  EXPECT_TRUE(parseAddress("[::1]:9256"));
+}
+
+TEST_F(HostileClientTest, OutlivesGarbageAndDisconnects) {
+  ASSERT_TRUE(open());
+  std::mt19937 random(20261121);  // NOLINT: the same bytes every time
+  const std::string whole = requestText("POST", "/v1/match?name=%41", "{}");
+  for (int round = 0; round < 2000; ++round) {
+    std::string bytes = whole;
+    for (auto left = random() % 9; left > 0; --left) {
+      bytes[random() % bytes.size()] = static_cast<char>(random());
+    }
+    if (round % 4 == 0) std::ranges::generate(bytes, [&] { return static_cast<char>(random()); });
+    const RawClient client(settings.socket);
+    client.send(bytes);
+    client.finish();
+    client.receive();
+  }
+  for (std::size_t count = 0; count <= whole.size(); ++count) {
+    RawClient(settings.socket).send(whole.substr(0, count));
+  }
+  const RawClient wide(settings.socket);
+  wide.send("GET / HTTP/1.1\r\nX: " + std::string(40'000, 'x') + "\r\n\r\n");
+  EXPECT_THAT(wide.receive(), StartsWith("HTTP/1.1 4"));
+  EXPECT_TRUE(stillAnswers());
+}
+
+TEST_F(HostileClientTest, OutlivesThousandsOfConnections) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  ASSERT_TRUE(open());
+  std::vector<RawClient> clients;
+  while (clients.size() < 3000) {
+    RawClient client(settings.socket, SOCK_NONBLOCK);
+    // The queue is full for a moment, or descriptors have run out.
+    if (client.error() == EBADF) break;
+    if (client.error() == 0) clients.push_back(std::move(client));
+  }
+  EXPECT_GT(clients.size(), 500);
+  clients.clear();
+  EXPECT_TRUE(stillAnswers());
+}
+
+TEST_F(HostileClientTest, CutsWhoeverIsLateHoweverBusy) {
+  ASSERT_TRUE(open(std::chrono::milliseconds(500)));
+  const RawClient endless(settings.socket);
+  endless.send("POST /v1/entries HTTP/1.1\r\nHost: v\r\nTransfer-Encoding: chunked\r\n\r\n");
+  while (endless.send("1000\r\n" + std::string(0x1000, ' ') + "\r\n")) continue;
+  std::vector<RawClient> drippers;
+  for (int i = 0; i < 64; ++i) drippers.emplace_back(settings.socket);
+  const std::string head = "GET /v1/status HTTP/1.1\r\nX: " + std::string(30'000, 'x');
+  for (std::size_t i = 0; !drippers.empty() && i < head.size(); ++i) {
+    std::erase_if(drippers,
+                  [&](RawClient const& client) { return !client.send(head.substr(i, 1)); });
+    ::poll(nullptr, 0, 1);
+  }
+  EXPECT_TRUE(drippers.empty());
+  EXPECT_TRUE(stillAnswers());
+}
+
+TEST_F(HostileClientTest, NeverWaitsForAReaderThatDoesNotRead) {
+  ASSERT_TRUE(open(std::chrono::milliseconds(500)));
+  const RawClient lazy(settings.socket);
+  lazy.send(requestText("GET", "/v1/events?follow=true&from=1"));
+  lazy.receive("\r\n\r\n");
+  WatchRecord record;
+  record.text = std::string(200, 'x');
+  journal->append(record);
+  const auto before = ::mallinfo2().uordblks;
+  for (int i = 0; i < 100'000; ++i) journal->append(record);
+  EXPECT_LT(::mallinfo2().uordblks, before + 4'000'000);
+  lazy.awaitCut();
+  EXPECT_TRUE(stillAnswers());
+}
+
+TEST_F(HostileClientTest, StopsWhateverClientsDo) {
+  ASSERT_TRUE(open());  // with an hour of patience
+  const RawClient idle(settings.socket);
+  const RawClient half(settings.socket);
+  half.send("POST /v1/entries HTTP/1.1\r\nContent-Length: 9\r\n\r\n{");
+  const RawClient lazy(settings.socket);
+  lazy.send(requestText("GET", "/v1/events?follow=true&from=1"));
+  lazy.receive("\r\n\r\n");
+  for (int i = 0; i < 5000; ++i) journal->append({});
+  EXPECT_TRUE(stillAnswers());
+  server.reset();
+  EXPECT_FALSE(std::filesystem::exists(settings.socket));
+}
+
+}  // namespace

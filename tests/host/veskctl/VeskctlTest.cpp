@@ -1,0 +1,129 @@
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "host/process/UniqueFd.h"
+#include "tests/host/daemon/ChildProcess.h"
+#include "tests/host/process/TemporaryFolder.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+std::string answerOf(std::string const& status, std::string const& body) {
+  const std::string length = std::to_string(body.size());
+  return "HTTP/1.1 " + status + "\r\nContent-Length: " + length + "\r\n\r\n" + body;
+}
+
+/// Takes one connection, one request, and answers with these very bytes.
+class OneAnswer {
+ public:
+  OneAnswer(std::string const& path, std::string bytes) {
+    sockaddr_un address{AF_UNIX, {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(::bind(fSocket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(fSocket.get(), 1), 0);
+    fThread = std::thread([this, bytes = std::move(bytes)] {
+      const UniqueFd peer(::accept(fSocket.get(), nullptr, nullptr));
+      char text[4096];
+      const auto length = ::recv(peer.get(), text, sizeof text, 0);
+      fRequest.assign(text, length > 0 ? std::size_t(length) : 0);
+      ::send(peer.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    });
+  }
+  /// @return the request, once nobody comes any more.
+  std::string end() {
+    ::shutdown(fSocket.get(), SHUT_RDWR);
+    fThread.join();
+    return fRequest;
+  }
+
+ private:
+  const UniqueFd fSocket{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  std::thread fThread;
+  std::string fRequest;
+};
+
+struct Ended {
+  int status;
+  std::string out, said, request;
+};
+
+/// @param command for a shell, in the folder of the socket `s`.
+Ended run(TemporaryFolder const& folder, std::string const& command) {
+  ChildProcess child({"env", "VESKD_SOCKET=s", "PATH=" VESKCTL_FOLDER ":/bin:/usr/bin", "sh", "-c",
+                      "cd " + folder.path() + "; exec > out; " + command});
+  const int status = child.awaitEnd();
+  return {status, contentOf(folder.path("out")), child.text(), ""};
+}
+
+Ended runAgainst(std::string const& answer, std::string const& command) {
+  const TemporaryFolder folder;
+  OneAnswer server(folder.path("s"), answer);
+  Ended ended = run(folder, command);
+  ended.request = server.end();
+  return ended;
+}
+
+const std::string kOneOk = R"({"entries":[{"name":"a","health":"ok"},{"name":"b","health":")";
+
+struct Case {
+  const char* command;
+  std::string answer;
+  int status;
+  const char* said;
+};
+
+const std::vector<Case> kCases = {
+    {"veskctl status --check", answerOf("200 OK", kOneOk + "absent\"}]}"), 0, ""},
+    {"veskctl status --check", answerOf("200 OK", kOneOk + "high\"}]}"), 2, "not ok: b (high)\n"},
+    {"veskctl remove x", answerOf("404 No", R"({"error":{"text":"no\u001b\nx"}})"), 1,
+     "veskctl: no\\x1b\nveskctl: x\n"},
+    {"veskctl status", answerOf("503 Busy", R"({"error":{"text":"stopping"}})"), 69, "stopping\n"},
+    {"veskctl status", answerOf("500 Oops", "<html>"), 70, "HTTP status 500"},
+    {"veskctl status", answerOf("200 OK", "{\"entries\": [3]}"), 70, "not understood"},
+    {"veskctl counters", answerOf("200 OK", "{\"counters\": {"), 70, "it is no JSON\n"},
+    {"veskctl status", "SSH-2.0-x\r\n", 70, "does not speak as veskd"},
+    {"veskctl status", answerOf("200 OK", kOneOk).substr(0, 60), 69, "went away in"},
+    {"veskctl status", "", 69, "went away in"},
+    {"veskctl status > /dev/full", answerOf("200 OK", "{}"), 74, "No space left on device\n"},
+    // Written only once nobody reads any more.
+    {"mkfifo go; (read x < go; veskctl status 2> said; test $? = 74 -a ! -s said && echo quiet >&2)"
+     " | (exec < /dev/null; echo > go)",
+     answerOf("200 OK", "{}"), 0, "quiet\n"},
+};
+
+TEST(Veskctl, TellsByItsExitStatusWhatHappened) {
+  for (Case const& row : kCases) {
+    const Ended ended = runAgainst(row.answer, row.command);
+    EXPECT_EQ(ended.status, row.status) << row.command << row.answer << ended.said;
+    EXPECT_THAT(ended.said, HasSubstr(row.said)) << row.answer;
+  }
+}
+
+TEST(Veskctl, SaysWhyTheHostIsNotReached) {
+  const TemporaryFolder folder;
+  folder.makeFile("file", "");
+  EXPECT_THAT(run(folder, "veskctl status").said, HasSubstr("there is no socket s: start veskd"));
+  EXPECT_THAT(run(folder, "veskctl -s file status").said, HasSubstr("file is no socket"));
+  OneAnswer(folder.path("s"), "").end();
+  const Ended ended = run(folder, "veskctl status");
+  EXPECT_EQ(ended.status, 69);
+  EXPECT_THAT(ended.said, HasSubstr("nobody listens on s"));
+  const Ended wrong = run(folder, "veskctl add x --cpu-limt 3");
+  EXPECT_EQ(wrong.status, 64);
+  EXPECT_THAT(wrong.said, HasSubstr("`--cpu-limt', did you mean `--cpu-limit'?"));
+}
+
+TEST(Veskctl, PrintsTheAnswerAsItCameAndEncodesNames) {
+  const Ended ended =
+      runAgainst(answerOf("200 OK", R"({ "name": "a", "x": 1 })"), "veskctl --json show -- ../ü");
+  EXPECT_EQ(ended.out, "{ \"name\": \"a\", \"x\": 1 }\n") << ended.said;
+  EXPECT_THAT(ended.request, HasSubstr("GET /v1/entries/..%2F%C3%BC HTTP/1.1\r\n"));
+  const Ended added =
+      runAgainst(answerOf("201 Created", R"({"name": "a"})"), "veskctl add a --dry-run");
+  EXPECT_EQ(added.out, "a is watched now\n") << added.said;
+  EXPECT_THAT(added.request, HasSubstr("\r\n\r\n{\"dry_run\":true,\"name\":\"a\"}"));
+}
+
+}  // namespace

@@ -1,0 +1,148 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <new>
+#include <semaphore>
+#include <thread>
+
+#include "framework/PResult.h"
+#include "host/watch/ObservedUtilities.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+thread_local bool isMemorySpent = false;
+
+}  // namespace
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* memory = isMemorySpent ? nullptr : std::malloc(size);
+  return memory != nullptr ? memory : throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace {
+
+struct FixedClock : IWatchClock {
+  std::chrono::microseconds monotonic() const override { return now; }
+  WallTime wall() const override { return {}; }
+  std::chrono::microseconds now = std::chrono::seconds(1);
+};
+
+/// One process, number 9, under every name; a start waits to be let go.
+struct OneProcess : IProcessUtilities {
+  int find(std::string const&, std::vector<unsigned int>& pids,
+           std::vector<unsigned int>& parentPids) override {
+    const bool wasSpent = std::exchange(isMemorySpent, false);
+    pids = {9};
+    parentPids = {1};
+    isMemorySpent = wasSpent;
+    return PResult::ok;
+  }
+  int getCPUUsage(unsigned int, unsigned int& percent) override { return percent = 7, 0; }
+  int getMemoryUsage(unsigned int, unsigned long long&) override { return -5; }
+  int isRunning(unsigned int, bool& running) override { return running = true, 0; }
+  int kill(unsigned int) override { return -3; }
+  int start(std::string const&, std::string const&, std::string const&,
+            unsigned int& pid) override {
+    started.release();
+    goOn.acquire();
+    return pid = 77, 0;
+  }
+  std::binary_semaphore started{0}, goOn{0};
+};
+
+struct Board : testing::Test {
+  void look(std::initializer_list<const char*> names) {
+    std::vector<unsigned int> pids, parentPids;
+    for (const char* name : names) utilities.find(name, pids, parentPids);
+  }
+  std::vector<std::string> names() const {
+    std::vector<std::string> all;
+    for (auto const& entry : board->view().entries) all.push_back(entry.settings.name);
+    return all;
+  }
+  void put(const char* name) {
+    EntrySettings settings;
+    settings.name = name;
+    board->put(settings);
+  }
+  std::shared_ptr<FixedClock> clock = std::make_shared<FixedClock>();
+  std::shared_ptr<RecordJournal> journal = std::make_shared<RecordJournal>(2);
+  std::shared_ptr<WatchBoard> board = std::make_shared<WatchBoard>(journal, clock);
+  std::shared_ptr<OneProcess> inner = std::make_shared<OneProcess>();
+  ObservedUtilities utilities{inner, board};
+  std::string reason;
+};
+
+TEST_F(Board, ShowsThePassesOfWhoeverAsksForMostEntries) {
+  put("a");
+  put("b");
+  look({"b", "x"});  // somebody else, who happens to be the first
+  std::thread([&] {
+    look({"a", "b"});
+    look({"a", "b", "new"});  // a name asked for again begins a pass
+    look({"a"});
+  }).join();
+  look({"x", "b", "x", "y"});
+  EXPECT_THAT(names(), ElementsAre("a", "b", "new"));
+  EXPECT_THAT(board->doubtful(), ElementsAre("new"));
+  EXPECT_EQ(board->view().pass.count, 3U);
+  clock->now += ThreadPass::kPause * 2;  // now the pass is over that did without b
+  EXPECT_THAT(board->doubtful(), ElementsAre("b"));
+  board->drop("b");
+  EXPECT_THAT(names(), ElementsAre("a"));
+}
+
+TEST_F(Board, ShowsAPassThatHangsInACall) {
+  std::thread worker([&] {
+    look({"a"});
+    unsigned int pid = 0;
+    EXPECT_EQ(utilities.start("", "", "", pid), 0);
+  });
+  inner->started.acquire();
+  clock->now += std::chrono::seconds(3);
+  const PassView pass = board->view().pass;
+  inner->goOn.release();
+  worker.join();
+  EXPECT_TRUE(pass.isUnderWay);
+  EXPECT_EQ(pass.underWay, std::chrono::seconds(3));
+  EXPECT_FALSE(board->view().pass.isUnderWay);
+  clock->now += std::chrono::seconds(1);
+  EXPECT_EQ(board->view().pass.longest, std::chrono::seconds(3));
+}
+
+TEST_F(Board, LosesNotesAndNothingElseWhenMemoryIsSpent) {
+  const std::string name(100, 'n');
+  std::vector<unsigned int> pids, parentPids;
+  unsigned int percent = 0;
+  look({"a"});
+  board->setDryRun({false, {"other"}});
+  isMemorySpent = true;
+  EXPECT_EQ(utilities.find(name, pids, parentPids), 0);
+  EXPECT_EQ(utilities.getCPUUsage(9, percent), 0);
+  EXPECT_EQ(utilities.kill(9), -3);
+  const bool isPretended = board->pretend(reason);
+  isMemorySpent = false;
+  EXPECT_THAT(pids, ElementsAre(9));
+  EXPECT_EQ(percent, 7U);
+  EXPECT_TRUE(isPretended) << "it may be the one that is in dry run";
+  look({"a"});
+  EXPECT_FALSE(board->pretend(reason));
+}
+
+TEST_F(Board, TellsASlowReaderWhatItMissed) {
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(utilities.kill(9), -3);
+  const auto batch = journal->read(2, 1);
+  EXPECT_EQ(batch.missed, 2U);
+  ASSERT_EQ(batch.records.size(), 1U);
+  EXPECT_EQ(batch.records[0].number, 4U);
+  EXPECT_EQ(batch.records[0].text, "reason not known to the host");
+  EXPECT_EQ(batch.next, 5U);
+  EXPECT_THAT(journal->await(6, 9, std::chrono::milliseconds(1)).records, IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,168 @@
+// What the board makes of the watchdog's calls, beside what the watchdog says itself.
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+
+#include <random>
+#include <regex>
+
+#include "framework/PUtils.h"
+#include "host/libvesk/Runtime.h"
+#include "host/watch/ObservedUtilities.h"
+#include "tests/plugin/PluginFixture.h"
+
+namespace {
+
+struct TickClock : IWatchClock {
+  std::chrono::microseconds monotonic() const override {
+    return std::chrono::milliseconds(framework().now);
+  }
+  WallTime wall() const override { return {}; }
+};
+
+/// The framework's processes, each reading of which takes a while and may fail.
+class RandomUtilities : public IProcessUtilities {
+ public:
+  unsigned int below(unsigned int end) {
+    return std::uniform_int_distribution<unsigned int>(0, end - 1)(fRandom);
+  }
+  int find(std::string const& name, std::vector<unsigned int>& pids,
+           std::vector<unsigned int>& parentPids) override {
+    for (auto const& process : framework().processes[name]) {
+      pids.push_back(process.pid);
+      parentPids.push_back(process.parent);
+      framework().found[process.pid] = process;
+    }
+    return pids.empty() ? PResult::notFound : PResult::ok;
+  }
+  int getCPUUsage(unsigned int pid, unsigned int& percent) override {
+    return read(percent, framework().found[pid].cpu);
+  }
+  int getMemoryUsage(unsigned int pid, unsigned long long& kib) override {
+    return read(kib, framework().found[pid].mem);
+  }
+  int isRunning(unsigned int pid, bool& running) override {
+    return read(running, framework().found[pid].running);
+  }
+  int kill(unsigned int) override { return below(4) == 0 ? PResult::notFound : PResult::ok; }
+  int start(std::string const&, std::string const&, std::string const&, unsigned int&) override {
+    return PResult::ok;
+  }
+
+ private:
+  template <class Type>
+  int read(Type& out, Type value) {
+    framework().now += below(4);
+    if (below(10) == 0) return -EIO;
+    out = value;
+    return PResult::ok;
+  }
+  std::mt19937 fRandom{7};
+};
+
+class Mirror : public PluginFixture {
+ protected:
+  Mirror() { Runtime::install(std::make_shared<ObservedUtilities>(fUtilities, fBoard)); }
+  ~Mirror() override { Runtime::reset(); }
+
+  void watch(const wchar_t* name, Watch const& watch) {
+    const auto entry = monitor(watch, name);
+    EntrySettings settings;
+    settings.name = PUtils::toUtf8(PLiteral(name));
+    settings.period = watch.period;
+    using S = EntrySettings;
+    for (auto const& [flag, member] : std::map<char, bool S::*>{{'c', &S::cpuEnabled},
+                                                                {'m', &S::memEnabled},
+                                                                {'i', &S::instEnabled},
+                                                                {'r', &S::respawnEnabled},
+                                                                {'d', &S::countOnlyDiffParents},
+                                                                {'n', &S::countOnlyRunning}}) {
+      settings.*member = watch.on.find(flag) != std::string::npos;
+    }
+    settings.cpuLimit = watch.limit;
+    settings.memLimit = settings.instLimit = watch.limit;
+    settings.respawnLimit = watch.respawnLimit;
+    settings.action = watch.action == restart ? "restart" : "terminate";
+    fBoard->put(settings);
+    fNames.push_back(settings.name);
+  }
+
+  void changeProcesses() {
+    auto const below = [this](unsigned int end) { return fUtilities->below(end); };
+    for (std::string const& name : fNames) {
+      processes[name].clear();
+      for (unsigned int pid = 10; pid < 15; ++pid) {
+        if (below(4) == 0) continue;
+        processes[name].push_back({pid, 9 + below(4), below(100), below(100), below(3) > 0});
+      }
+    }
+  }
+
+  /// Of each reason in the records of acts: the entry, what is wrong, the numbers. The
+  /// acts on several instances are one; a start that follows its kill is left out.
+  std::string recorded() {
+    std::string all, last;
+    const auto batch = fJournal->read(fNext, 1000);
+    fNext = batch.next;
+    for (WatchRecord const& record : batch.records) {
+      if (record.text.starts_with("restart: ")) continue;
+      const bool isAverage = record.text.find("average") != std::string::npos;
+      const auto withoutSamples = record.text.substr(0, record.text.find(" over "));
+      const std::string line =
+          fmt::format("{}{}: {}\n", record.entry, isAverage ? fmt::format(" {}", *record.pid) : "",
+                      withoutSamples);
+      if (isAverage || line != last) all += line;
+      last = line;
+    }
+    return all;
+  }
+
+  /// The same from what the watchdog logs, in the words of the records.
+  static std::string logged(std::string log) {
+    const std::vector<std::pair<const char*, const char*>> rewritings = {
+        {".*CPU too high .average=(.*), limit=(.*).  ?for .*`(.*)', pid (\\d+).*",
+         "$3 $4: CPU average $1 of at most $2 percent"},
+        {".*Memory too high .average=(.*), limit=(.*). for .*`(.*)', pid (\\d+).*",
+         "$3 $4: memory average $1 of at most $2 KiB"},
+        {".*count too high .current=(.*), limit=(.*). for .*`(.*)'.*",
+         "$3: $1 instances count, $2 are too many"},
+        {".*count too Low .current=(.*), limit=(.*). for .*`(.*)'.*",
+         "$3: $1 instances count, $2 are wanted"},
+        {"info .*\n", ""},
+        {"^\n", ""},
+        {": 1 instances count", ": 1 instance counts"},
+        {", 1 are", ", 1 is"}};
+    for (auto const& [said, meant] : rewritings) {
+      log = std::regex_replace(log, std::regex(said), meant);
+    }
+    return log;
+  }
+
+  std::shared_ptr<RandomUtilities> fUtilities = std::make_shared<RandomUtilities>();
+  std::shared_ptr<RecordJournal> fJournal = std::make_shared<RecordJournal>();
+  std::shared_ptr<WatchBoard> fBoard =
+      std::make_shared<WatchBoard>(fJournal, std::make_shared<TickClock>());
+  std::vector<std::string> fNames;
+  std::uint64_t fNext = 1;
+};
+
+TEST_F(Mirror, GivesTheReasonsThatTheWatchdogHas) {
+  start();
+  watch(L"again", {.on = "cr", .limit = 60, .action = restart, .respawnLimit = 3, .period = 2});
+  watch(L"both", {.on = "cm", .limit = 40, .action = terminate, .period = 3});
+  watch(L"cpu", {.on = "c", .limit = 50, .action = terminate, .period = 1});
+  watch(L"number",
+        {.on = "imrdn", .limit = 2, .action = terminate, .respawnLimit = 1, .period = 4});
+  std::size_t compared = 0;
+  for (int pass = 0; pass < 400; ++pass) {
+    changeProcesses();
+    const std::string log = tickAfter(800 + fUtilities->below(400), "info");
+    const std::string said = logged(log);
+    ASSERT_EQ(recorded(), said) << "pass " << pass << log;
+    compared += static_cast<std::size_t>(std::ranges::count(said, '\n'));
+  }
+  EXPECT_GT(compared, 500U);
+  EXPECT_EQ(fBoard->view().pass.count, 400U);
+}
+
+}  // namespace
