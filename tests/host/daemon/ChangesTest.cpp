@@ -40,9 +40,8 @@ class ChangesTest : public VeskdFixture {
     options.configFile = path("v.toml");
     fSetup = std::get<DaemonSetup>(readSetup(options));
     fOutput = std::get<0>(openOutputs(fSetup.settings));
-    std::promise<void> isRunning;
-    fThread = std::thread([&] { runHost(isRunning); });
-    isRunning.get_future().wait();
+    fThread = std::thread([this] { runHost(); });
+    fIsRunning.get_future().wait();
   }
   void TearDown() override {
     fLoop.stop(0);
@@ -50,7 +49,7 @@ class ChangesTest : public VeskdFixture {
     VeskdFixture::TearDown();
   }
 
-  void runHost(std::promise<void>& isRunning) {
+  void runHost() {
     const auto log = fOutput->logger("veskd");
     const WatchPlan plan = planOf(fSetup.settings, fSetup.mainFile, {});
     PluginLoader plugins(log);
@@ -68,7 +67,7 @@ class ChangesTest : public VeskdFixture {
     roster.refresh();
     Changes changes(fLoop, roster, [&reload] { return reload.run(); });
     fChanges = &changes;
-    isRunning.set_value();
+    fIsRunning.set_value();
     fLoop.serve([] {}, {std::chrono::hours(1), [] {}});
     plugins.stop();
   }
@@ -90,6 +89,7 @@ class ChangesTest : public VeskdFixture {
   std::shared_ptr<RecordJournal> fJournal;
   MainLoop fLoop;
   IChanges* fChanges = nullptr;
+  std::promise<void> fIsRunning;
   std::thread fThread;
 };
 
