@@ -9,9 +9,9 @@
 #include <system_error>
 
 #include "host/check/NearestName.h"
-#include "host/process/StartableProgram.h"
 #include "host/check/WatchdogKeys.h"
 #include "host/process/CommandLine.h"
+#include "host/process/StartableProgram.h"
 
 namespace {
 

@@ -108,7 +108,8 @@ WatchBoard::Reading WatchBoard::beginReading(unsigned int pid) noexcept {
   if (pass == nullptr) return {nullptr, {}};
   pass->isInCall.store(true, std::memory_order_relaxed);
   // The first question about a process is when its turn begins.
-  const bool isFirst = pass->pid.exchange(pid, std::memory_order_relaxed) != pid;
+  const bool isFirst = pass->pid.load(std::memory_order_relaxed) != pid;
+  if (isFirst) pass->pid.store(pid, std::memory_order_relaxed);
   return {pass, isFirst ? fClock->monotonic() : std::chrono::microseconds(0)};
 }
 
