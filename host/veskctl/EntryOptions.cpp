@@ -36,10 +36,11 @@ constexpr std::array<EntryKey, 17> kEntryKeys = {{
      "mem_enabled"},
     {"inst_limit", KeyKind::integer, "N", "Instances that are already too many", "inst_enabled"},
     {"respawn_limit", KeyKind::integer, "N", "Least number of instances", "respawn_enabled"},
-    {"cpu_enabled", KeyKind::boolean, "", "CPU check; given by --cpu-limit"},
-    {"mem_enabled", KeyKind::boolean, "", "Memory check; given by --mem-limit"},
-    {"inst_enabled", KeyKind::boolean, "", "Check for too many; given by --inst-limit"},
-    {"respawn_enabled", KeyKind::boolean, "", "Start what is missing; given by --respawn-limit"},
+    {"cpu_enabled", KeyKind::boolean, "", "CPU check; switched on by --cpu-limit"},
+    {"mem_enabled", KeyKind::boolean, "", "Memory check; switched on by --mem-limit"},
+    {"inst_enabled", KeyKind::boolean, "", "Check for too many; switched on by --inst-limit"},
+    {"respawn_enabled", KeyKind::boolean, "",
+     "Start what is missing; switched on by --respawn-limit"},
     {"count_only_diff_parents", KeyKind::boolean, "", "Not those that another one started"},
     {"count_only_running", KeyKind::boolean, "", "Not those that are stopped"},
     {"send_event", KeyKind::boolean, "", "Publish an event at a limit, as is the default"},
@@ -69,9 +70,9 @@ void declareKey(CLI::App& app, EntryKey const& row, Json& settings) {
   const auto take = [&settings, key](auto const& value) { settings[key] = value; };
   switch (row.kind) {
     case KeyKind::boolean:
-      app.add_flag_function(
-          fmt::format("--{0},!--no-{0}", name), [take](std::int64_t count) { take(count > 0); },
-          row.help);
+      app.add_flag_callback(
+          "--" + name, [take] { take(true); }, row.help);
+      app.add_flag_callback("--no-" + name, [take] { take(false); })->group("");
       break;
     case KeyKind::integer:
       app.add_option_function<std::int64_t>("--" + name, take, row.help)->type_name(row.type);
@@ -109,6 +110,7 @@ void declareEntryOptions(CLI::App& app, Options& options) {
                  "File with an object of such keys, - for standard input; options go before it")
       ->type_name("FILE");
   for (EntryKey const& row : kEntryKeys) declareKey(app, row, options.settings);
+  app.footer("Each switch has its opposite, such as --no-send-event.");
 }
 
 Result<Json> entryBody(Options const& options) {

@@ -20,13 +20,12 @@ const Json kStatus = Json::parse(R"({
   "version": "0.1.0", "pid": 812, "uptime_ms": 7380000, "counters": {"wd_count": 3, "other": 0},
   "watchdog": {"cpu_enabled": true, "mem_enabled": false, "sample_time": 2, "passes": 43200,
     "last_pass_at": "2026-11-21T14:42:49.123Z", "last_pass_ms": 1.2, "longest_pass_ms": 1234},
-  "entries": [
-    {"name": "nginx", "instances": 4, "counted": 1, "cpu_percent": 12, "memory_kib": 40960,
+  "entries": [{"name": "nginx", "instances": 4, "counted": 1, "cpu_percent": 12, "memory_kib": 40960,
      "action": "restart", "dry_run": false, "find_result": 0, "health": "ok"},
     {"name": "日本語-server", "instances": 1, "counted": 1, "cpu_percent": 112, "dry_run": true,
      "memory_kib": 1572864, "action": "terminate", "find_result": 0, "health": "high"},
     {"name": "evil\u001b[2J\u009b", "instances": 0, "counted": 0, "cpu_percent": null,
-     "memory_kib": null, "action": "none", "find_result": -504, "health": "missing", "new": []}]})");
+     "action": "none", "find_result": -504, "health": "missing", "new": []}]})");
 
 TEST(RenderStatus, AlignsWhatIsSeenAndGivesUpWhatHasNoRoom) {
   View view;
@@ -79,14 +78,11 @@ TEST(Add, TakesLimitsAsTheWishToHaveThemChecked) {
 }
 
 TEST(Complete, KnowsCommandsOptionsValuesAndNames) {
-  std::string asked;
-  const auto names = [&](std::string const& socket) {
-    asked = socket;
-    return std::vector<std::string>{"nginx", "redis"};
+  const auto names = [](std::string const& socket) {
+    return std::vector<std::string>{"nginx" + socket, "redis"};
   };
   EXPECT_THAT(complete({"re"}, names), ElementsAre("remove", "reload"));
-  EXPECT_THAT(complete({"--socket", "/s", "show", "n"}, names), ElementsAre("nginx"));
-  EXPECT_EQ(asked, "/s");
+  EXPECT_THAT(complete({"--socket", "/s", "show", "n"}, names), ElementsAre("nginx/s"));
   EXPECT_THAT(complete({"add", "x", "--mem"}, names), ElementsAre("--mem-limit", "--mem-enabled"));
   EXPECT_THAT(complete({"status", "--sort=n"}, names), ElementsAre("--sort=name"));
   EXPECT_THAT(complete({"status", "--sort", "=", "n"}, names), ElementsAre("name"));

@@ -85,7 +85,6 @@ const std::vector<Case> kCases = {
     {"veskctl counters", answerOf("200 OK", "{\"counters\": {"), 70, "it is no JSON\n"},
     {"veskctl status", "SSH-2.0-x\r\n", 70, "does not speak as veskd"},
     {"veskctl status", answerOf("200 OK", kOneOk).substr(0, 60), 69, "went away in"},
-    {"veskctl status", "", 69, "went away in"},
     {"veskctl status > /dev/full", answerOf("200 OK", "{}"), 74, "No space left on device\n"},
     // Written only once nobody reads any more.
     {"mkfifo go; (read x < go; veskctl status 2> said; test $? = 74 -a ! -s said && echo quiet >&2)"
