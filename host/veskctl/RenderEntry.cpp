@@ -113,7 +113,8 @@ void addSettings(Json const& settings, Lines& lines) {
   if (!folder.empty()) lines.emplace_back("folder", folder);
 }
 
-Row rowOf(Json const& instance) {
+/// @param isCpuRead, isMemoryRead: without its check an average is 0, and means nothing.
+Row rowOf(Json const& instance, bool isCpuRead, bool isMemoryRead) {
   Json const& window = field(instance, "window");
   const auto age = integerOf(window, "samples") > 0 ? numberOf(window, "age_ms") : std::nullopt;
   return {{countOf(instance, "pid")},
@@ -122,16 +123,22 @@ Row rowOf(Json const& instance) {
           {meaningOf(kStates, textOf(instance, "state"))},
           {percentOf(instance, "cpu_percent")},
           {memoryOf(instance, "memory_kib")},
-          {percentOf(window, "cpu_average")},
-          {memoryOf(window, "memory_average")},
+          {isCpuRead ? percentOf(window, "cpu_average") : "-"},
+          {isMemoryRead ? memoryOf(window, "memory_average") : "-"},
           {countOf(window, "samples")},
           {age ? humanDuration(*age) : "-"}};
 }
 
-std::string instancesTable(Json const& instances, View const& view) {
+std::string instancesTable(Json const& entry, View const& view) {
+  Json const& instances = listOf(entry, "instances");
   if (instances.empty()) return "no process\n";
   std::vector<Row> rows;
-  for (Json const& instance : instances) rows.push_back(rowOf(instance));
+  Json const& settings = field(entry, "settings");
+  const bool isCpuRead = isTrue(settings, "cpu_enabled");
+  const bool isMemoryRead = isTrue(settings, "mem_enabled");
+  for (Json const& instance : instances) {
+    rows.push_back(rowOf(instance, isCpuRead, isMemoryRead));
+  }
   return renderTable({{"PID", true},
                       {"PARENT", true, 0, 3},
                       {"COUNTS", false, 0, 5},
@@ -161,7 +168,7 @@ std::string renderEntry(Json const& entry, View const& view) {
   for (auto const& [title, value] : lines) {
     details += fmt::format("  {:<10} {}\n", title, shown(value));
   }
-  return text + cutLines(details, view) + '\n' + instancesTable(listOf(entry, "instances"), view);
+  return text + cutLines(details, view) + '\n' + instancesTable(entry, view);
 }
 
 }  // namespace ctl
