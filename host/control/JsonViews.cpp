@@ -83,7 +83,7 @@ json summaryJson(EntryView const& entry, GlobalSettings const& globals) {
   EntrySettings const& settings = entry.settings;
   return {{"name", settings.name},
           {"instances", entry.instances.size()},
-          {"counted", countedOf(entry)},
+          {"counted", orNull(countedOf(entry, globals))},
           {"cpu_percent", sumOf(entry.instances, &InstanceView::cpuPercent)},
           {"memory_kib", sumOf(entry.instances, &InstanceView::memoryKib)},
           {"action", entry.isKnown ? json(settings.action) : json()},
@@ -200,7 +200,7 @@ json entryJson(EntryView const& entry, GlobalSettings const& globals, StateOf co
           {"settings", entry.isKnown ? settingsJson(entry.settings) : json()},
           {"looked_at", timeOrNull(entry.lookedAt)},
           {"find_result", entry.findResult},
-          {"counted", countedOf(entry)},
+          {"counted", orNull(countedOf(entry, globals))},
           {"health", nameOf(healthOf(entry, globals))},
           {"instances", std::move(instances)},
           {"totals", totalsJson(entry.totals)}};

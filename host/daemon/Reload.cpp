@@ -30,6 +30,15 @@ std::string linesOf(Findings const& findings) {
   return fmt::format("{}", fmt::join(lines, "\n"));
 }
 
+/// The lines of a text; at least one.
+std::vector<std::string> linesIn(std::string const& text) {
+  std::vector<std::string> lines;
+  std::istringstream rest(text);
+  for (std::string line; std::getline(rest, line);) lines.push_back(line);
+  if (lines.empty()) lines.emplace_back();
+  return lines;
+}
+
 std::set<std::string> keysOf(ConfigEntries const& left, ConfigEntries const& right) {
   std::set<std::string> keys;
   for (ConfigEntries const* entries : {&left, &right}) {
@@ -156,11 +165,13 @@ void Reload::finish(ApiResult const& result) {
   record.time = std::chrono::floor<WallTime::duration>(std::chrono::system_clock::now());
   record.kind = RecordKind::reload;
   record.result = error != nullptr ? -EINVAL : 0;
-  record.text = error != nullptr ? error->text : "reloaded " + fOptions.configFile;
   if (error != nullptr) {
-    std::istringstream lines(error->text);
-    for (std::string line; std::getline(lines, line);) fParts.log.error("not reloaded: {}", line);
+    const auto lines = linesIn(error->text);
+    for (std::string const& line : lines) fParts.log.error("not reloaded: {}", line);
+    record.text = "not reloaded: " + lines.front();
+    if (lines.size() > 1) record.text += fmt::format(" (and {} more)", lines.size() - 1);
   } else {
+    record.text = "reloaded " + fOptions.configFile;
     fParts.log.info(record.text);
     for (Json const& key : std::get<Json>(result)["needs_restart"]) {
       fParts.log.warn("`{}' has changed, which counts from the next start on",

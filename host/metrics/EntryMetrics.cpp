@@ -43,11 +43,6 @@ struct Subject {
     return wasLookedAt() &&
            (entry.findResult == PResult::ok || entry.findResult == PResult::notFound);
   }
-
-  /// Whether the watchdog has to know how many instances count.
-  bool isCounted() const {
-    return globals.instEnabled && (entry.settings.instEnabled || entry.settings.respawnEnabled);
-  }
 };
 
 Subject subjectOf(EntryView const& entry, GlobalSettings const& globals) {
@@ -81,7 +76,10 @@ constexpr MetricRow<Subject> kRows[] = {
     {"veskd_entry_counted_instances", Gauge,
      "Processes that count as instances by the rules of the entry; only if respawn or the check of "
      "instances is on; absent if unknown.",
-     [](Subject const& s) { return onlyIf(s.wasSeen() && s.isCounted(), countedOf(s.entry)); }},
+     [](Subject const& s) -> Value {
+       const auto counted = countedOf(s.entry, s.globals);
+       return s.wasSeen() && counted ? Value(*counted) : std::nullopt;
+     }},
     {"veskd_entry_cpu_ratio", Gauge,
      "Processor time of all instances at the last reading, 1 for one core; absent without a "
      "reading.",

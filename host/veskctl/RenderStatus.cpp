@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -92,10 +93,11 @@ std::string head(Json const& status, View const& view) {
   return text + headLine(countersLine(field(status, "counters")), Colour::none, view);
 }
 
-/// What counts, and of how many if that is not all.
+/// What counts, and of how many if that is not all; all of them where nobody counts.
 std::string instancesOf(Json const& entry) {
-  const std::string counts = countOf(entry, "counted");
   const std::string all = countOf(entry, "instances");
+  if (!numberOf(entry, "counted")) return all;
+  const std::string counts = countOf(entry, "counted");
   return counts == all ? counts : counts + '/' + all;
 }
 
@@ -119,18 +121,32 @@ Row rowOf(Json const& entry) {
           {noteOf(entry), Colour::warning}};
 }
 
-double sumOf(std::vector<Json> const& entries, const char* key) {
+/// Of what is known; nothing where that is nothing.
+std::optional<double> sumOf(std::vector<Json> const& entries, const char* key) {
+  std::optional<double> sum;
+  for (Json const& entry : entries) {
+    if (const auto number = numberOf(entry, key)) sum = sum.value_or(0) + *number;
+  }
+  return sum;
+}
+
+double instancesIn(std::vector<Json> const& entries) {
   double sum = 0;
-  for (Json const& entry : entries) sum += numberOf(entry, key).value_or(0);
+  for (Json const& entry : entries) {
+    const auto counted = numberOf(entry, "counted");
+    sum += counted ? *counted : numberOf(entry, "instances").value_or(0);
+  }
   return sum;
 }
 
 Row sums(std::vector<Json> const& entries) {
+  const auto cpu = sumOf(entries, "cpu_percent");
+  const auto memory = sumOf(entries, "memory_kib");
   return {{counted(entries.size(), "program")},
           {},
-          {fmt::format("{:.0f}", sumOf(entries, "counted"))},
-          {fmt::format("{:.0f}%", sumOf(entries, "cpu_percent"))},
-          {humanMemory(sumOf(entries, "memory_kib"))},
+          {fmt::format("{:.0f}", instancesIn(entries))},
+          {cpu ? fmt::format("{:.0f}%", *cpu) : "-"},
+          {memory ? humanMemory(*memory) : "-"},
           {},
           {}};
 }

@@ -43,15 +43,17 @@ struct Subject {
   bool isReached(AverageCheck const& row, WindowView const& window) const {
     return isOn(row) && window.samples > 0 && window.*row.average >= limitOf(row);
   }
-  bool isRespawned() const { return globals.instEnabled && settings.respawnEnabled; }
-  bool isMissing() const {
-    return isRespawned() && isTooFew(countedOf(entry), settings.respawnLimit);
+  unsigned int count() const {
+    return static_cast<unsigned int>(
+        std::ranges::count_if(entry.instances, [](auto const& each) { return each.counts; }));
   }
+  bool isRespawned() const { return globals.instEnabled && settings.respawnEnabled; }
+  bool isMissing() const { return isRespawned() && isTooFew(count(), settings.respawnLimit); }
   /// Where nobody is found, the number is only judged for a program that is to run.
   bool isCountReached() const {
     const bool isJudged = entry.findResult == PResult::ok || settings.respawnEnabled;
     return globals.instEnabled && settings.instEnabled && isJudged && !isMissing() &&
-           countedOf(entry) >= settings.instLimit;
+           count() >= settings.instLimit;
   }
   bool isAnyReached(InstanceView const& instance) const {
     return std::ranges::any_of(
@@ -111,7 +113,7 @@ CheckView instanceCheck(Subject const& subject) {
   CheckView check;
   check.check = "instances";
   check.isEnabled = subject.globals.instEnabled && subject.settings.instEnabled;
-  check.count = countedOf(subject.entry);
+  check.count = countedOf(subject.entry, subject.globals);
   check.limit = subject.settings.instLimit;
   check.isReached = subject.isCountReached();
   if (!subject.globals.instEnabled) {
@@ -132,7 +134,7 @@ CheckView respawnCheck(Subject const& subject) {
   CheckView check;
   check.check = "respawn";
   check.isEnabled = subject.isRespawned();
-  check.count = countedOf(subject.entry);
+  check.count = countedOf(subject.entry, subject.globals);
   check.isReached = subject.isMissing();
   const int limit = subject.settings.respawnLimit;
   if (limit >= 0) check.limit = limit;
@@ -237,9 +239,11 @@ const char* nameOf(Health health) {
   return kNames.at(static_cast<std::size_t>(health));
 }
 
-unsigned int countedOf(EntryView const& entry) {
-  return static_cast<unsigned int>(
-      std::ranges::count_if(entry.instances, [](auto const& each) { return each.counts; }));
+std::optional<unsigned int> countedOf(EntryView const& entry, GlobalSettings const& globals) {
+  const Subject subject{entry, entry.settings, globals};
+  const bool isCounted =
+      globals.instEnabled && (subject.settings.instEnabled || subject.settings.respawnEnabled);
+  return isCounted ? std::optional(subject.count()) : std::nullopt;
 }
 
 Health healthOf(EntryView const& entry, GlobalSettings const& globals) {

@@ -42,8 +42,9 @@ struct Explanation {
   std::string nextAct;  ///< a sentence
 };
 
-/// How many instances count.
-unsigned int countedOf(EntryView const& entry);
+/// How many instances count; nothing where no check of theirs is on, so that the
+/// watchdog does not count them.
+std::optional<unsigned int> countedOf(EntryView const& entry, GlobalSettings const& globals);
 
 Health healthOf(EntryView const& entry, GlobalSettings const& globals);
 
