@@ -29,7 +29,7 @@ void declareCheck(CLI::App& app, Options& options) {
 
 void declareStatus(CLI::App& app, Options& options) {
   declareCheck(app, options);
-  app.add_flag("-w,--watch{2}", options.watchSeconds,
+  app.add_flag("-w,--watch{2}", options.watch,
                "Show it anew every so many seconds, 2 unless given, until Ctrl-C")
       ->type_name("SECONDS")
       ->check(CLI::Range(kShortest, kLongest))

@@ -120,6 +120,7 @@ std::variant<Options, Text, Failure> parseOptions(int argc, const char* const* a
     return failureOf(app, error);
   }
   if (options.socket.empty()) options.socket = socket;
+  if (!options.watch.empty()) options.watchSeconds = std::stod(options.watch);
   if (!fitsIntoAddress(options.socket)) {
     return Failure{ExitCode::badCommandLine, "VESKD_SOCKET: the path is too long for a socket"};
   }
