@@ -113,18 +113,26 @@ void addSettings(Json const& settings, Lines& lines) {
   if (!folder.empty()) lines.emplace_back("folder", folder);
 }
 
-/// @param isCpuRead, isMemoryRead: without its check an average is 0, and means nothing.
-Row rowOf(Json const& instance, bool isCpuRead, bool isMemoryRead) {
+/// What is asked of the processes of an entry: what is not, means nothing.
+struct Asked {
+  bool count;
+  bool cpu;
+  bool memory;
+};
+
+Row rowOf(Json const& instance, Asked const& asked) {
   Json const& window = field(instance, "window");
   const auto age = integerOf(window, "samples") > 0 ? numberOf(window, "age_ms") : std::nullopt;
   return {{countOf(instance, "pid")},
           {countOf(instance, "parent_pid")},
-          {isTrue(instance, "counts") ? "yes" : "no"},
+          {!asked.count                 ? "-"
+           : isTrue(instance, "counts") ? "yes"
+                                        : "no"},
           {meaningOf(kStates, textOf(instance, "state"))},
           {percentOf(instance, "cpu_percent")},
           {memoryOf(instance, "memory_kib")},
-          {isCpuRead ? percentOf(window, "cpu_average") : "-"},
-          {isMemoryRead ? memoryOf(window, "memory_average") : "-"},
+          {asked.cpu ? percentOf(window, "cpu_average") : "-"},
+          {asked.memory ? memoryOf(window, "memory_average") : "-"},
           {countOf(window, "samples")},
           {age ? humanDuration(*age) : "-"}};
 }
@@ -134,11 +142,9 @@ std::string instancesTable(Json const& entry, View const& view) {
   if (instances.empty()) return "no process\n";
   std::vector<Row> rows;
   Json const& settings = field(entry, "settings");
-  const bool isCpuRead = isTrue(settings, "cpu_enabled");
-  const bool isMemoryRead = isTrue(settings, "mem_enabled");
-  for (Json const& instance : instances) {
-    rows.push_back(rowOf(instance, isCpuRead, isMemoryRead));
-  }
+  const Asked asked{numberOf(entry, "counted").has_value(), isTrue(settings, "cpu_enabled"),
+                    isTrue(settings, "mem_enabled")};
+  for (Json const& instance : instances) rows.push_back(rowOf(instance, asked));
   return renderTable({{"PID", true},
                       {"PARENT", true, 0, 3},
                       {"COUNTS", false, 0, 5},
