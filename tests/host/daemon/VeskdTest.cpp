@@ -155,6 +155,7 @@ TEST_F(Veskd, LivesForTheServiceManagerWhileThereIsNothingToLookFor) {
   std::string shipped = contentOf(SHIPPED_CONFIGURATION);
   for (auto const& [installed, here] :
        {std::pair<std::string, std::string>{"/usr/lib/vesk/libveskp.watchdog.process.so", WATCHDOG},
+        {"/run/veskd.sock", path("s")},
         {"/var/lib/veskd", path()}}) {
     ASSERT_NE(shipped.find(installed), std::string::npos);
     shipped.replace(shipped.find(installed), installed.size(), here);
