@@ -170,6 +170,7 @@ std::string table(std::vector<Json> const& entries, std::size_t atMost, View con
                                  {"CPU", true, 0, 3},  {"MEM", true, 0, 2}, {"ACTION", false, 0, 4},
                                  {"NOTE", false, 4, 5}};
   std::vector<Row> rows;
+  rows.reserve(entries.size() + 2);  // and the rule and the sums
   for (Json const& entry : entries) rows.push_back(rowOf(entry));
   const bool hasNotes = std::any_of(rows.begin(), rows.end(),
                                     [](Row const& row) { return !row.back().text.empty(); });

@@ -8,7 +8,7 @@
 namespace ctl {
 
 struct Column {
-  const char* title;
+  const char* title = "";
   bool isNumber = false;  ///< to the right
   std::size_t least = 0;  ///< columns that it may be cut to; zero for never
   int dropped = 0;        ///< where that is not enough the highest goes first; zero never

@@ -24,6 +24,11 @@ bool isDumb() {
   return type == nullptr || std::string_view(type) == "dumb";
 }
 
+bool isUtf8() {
+  std::setlocale(LC_CTYPE, "");
+  return std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
+}
+
 /// Of a terminal that does not know its own.
 std::size_t widthByEnvironment() {
   const char* columns = std::getenv("COLUMNS");
@@ -34,11 +39,12 @@ std::size_t widthByEnvironment() {
 }  // namespace
 
 Terminal::Terminal(int descriptor, ColourUse colours)
-    : fDescriptor(descriptor), fIsTerminal(::isatty(descriptor) == 1), fIsDumb(isDumb()) {
+    : fDescriptor(descriptor),
+      fIsTerminal(::isatty(descriptor) == 1),
+      fIsDumb(isDumb()),
+      fIsUtf8(isUtf8()) {
   const bool areFitting = fIsTerminal && !fIsDumb && !isSet("NO_COLOR");
   fHasColours = colours == ColourUse::always || (colours == ColourUse::automatic && areFitting);
-  std::setlocale(LC_CTYPE, "");
-  fIsUtf8 = std::string_view(::nl_langinfo(CODESET)) == "UTF-8";
 }
 
 View Terminal::view() const {

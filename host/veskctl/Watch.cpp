@@ -53,26 +53,25 @@ std::string lossOf(Failure const& failure, WallTime since, View const& view) {
   return painted(text, Colour::bad, view) + '\n';
 }
 
-struct Known {
-  Answer answer;
-  WallTime heardAt{};
-};
-
 }  // namespace
 
 Outcome watch(Context const& context, Request const& request, Printer const& printer) {
   const std::chrono::milliseconds interval(
       static_cast<long long>(context.options.watchSeconds * 1000));
   std::optional<Screen> screen;
-  Known known;
+  std::optional<Answer> known;  // once there is a screen
+  WallTime heardAt{};
   do {
     auto answer = ask(context.api, request);
     View view = context.terminal.view();
     auto const* failure = std::get_if<Failure>(&answer);
     if (failure != nullptr && (!screen || failure->code == ExitCode::fine)) return *failure;
-    if (failure == nullptr) known = {std::get<Answer>(std::move(answer)), view.now};
+    if (failure == nullptr) {
+      known = std::get<Answer>(std::move(answer));
+      heardAt = view.now;
+    }
     if (failure != nullptr && view.height > 1) --view.height;
-    auto text = textFor(context, known.answer, printer, view);
+    auto text = textFor(context, *known, printer, view);
     if (auto const* why = std::get_if<Failure>(&text)) return *why;
     std::string shownText = std::get<std::string>(std::move(text));
     if (failure != nullptr) {
@@ -80,10 +79,11 @@ Outcome watch(Context const& context, Request const& request, Printer const& pri
         context.tell(failure->text);
         continue;
       }
-      shownText = lossOf(*failure, known.heardAt, view) + shownText;
+      shownText = lossOf(*failure, heardAt, view) + shownText;
     }
-    if (!screen)
+    if (!screen) {
       screen.emplace(context.output, context.terminal.canMove() && !context.options.isJson);
+    }
     if (auto why = screen->show(std::move(shownText))) return *why;
   } while (context.wait(interval) != Interrupts::Wake::stop);
   return ExitCode::fine;
