@@ -112,9 +112,16 @@ json settingsJson(EntrySettings const& settings) {
           {"dry_run", settings.dryRun}};
 }
 
-json instanceJson(InstanceView const& instance, std::optional<char> state) {
+/// Without its check nothing is read for an average.
+json averageOrNull(WindowView const& window, bool isRead, std::uint64_t average) {
+  return isRead && window.samples > 0 ? json(average) : json();
+}
+
+json instanceJson(InstanceView const& instance, std::optional<char> state,
+                  EntrySettings const& settings, GlobalSettings const& globals) {
   WindowView const& window = instance.window;
-  const bool isSampled = window.samples > 0;
+  const bool isCpuRead = globals.cpuEnabled && settings.cpuEnabled;
+  const bool isMemoryRead = globals.memEnabled && settings.memEnabled;
   return {{"pid", instance.pid},
           {"parent_pid", instance.parentPid},
           {"counts", instance.counts},
@@ -125,8 +132,8 @@ json instanceJson(InstanceView const& instance, std::optional<char> state) {
           {"window",
            {{"samples", window.samples},
             {"age_ms", window.age.count()},
-            {"cpu_average", isSampled ? json(window.cpuAverage) : json()},
-            {"memory_average", isSampled ? json(window.memoryAverage) : json()}}}};
+            {"cpu_average", averageOrNull(window, isCpuRead, window.cpuAverage)},
+            {"memory_average", averageOrNull(window, isMemoryRead, window.memoryAverage)}}}};
 }
 
 json totalsJson(EntryTotals const& totals) {
@@ -193,7 +200,8 @@ json entryJson(EntryView const& entry, GlobalSettings const& globals, StateOf co
   std::string const& name = entry.settings.name;
   json instances = json::array();
   for (InstanceView const& instance : entry.instances) {
-    instances.push_back(instanceJson(instance, stateOf(instance.pid, name)));
+    instances.push_back(
+        instanceJson(instance, stateOf(instance.pid, name), entry.settings, globals));
   }
   return {{"name", name},
           {"origin", nameOf(entry.settings.origin)},

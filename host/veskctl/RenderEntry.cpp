@@ -113,26 +113,20 @@ void addSettings(Json const& settings, Lines& lines) {
   if (!folder.empty()) lines.emplace_back("folder", folder);
 }
 
-/// What is asked of the processes of an entry: what is not, means nothing.
-struct Asked {
-  bool count;
-  bool cpu;
-  bool memory;
-};
-
-Row rowOf(Json const& instance, Asked const& asked) {
+/// @param isCounted whether anybody counts the instances.
+Row rowOf(Json const& instance, bool isCounted) {
   Json const& window = field(instance, "window");
   const auto age = integerOf(window, "samples") > 0 ? numberOf(window, "age_ms") : std::nullopt;
   return {{countOf(instance, "pid")},
           {countOf(instance, "parent_pid")},
-          {!asked.count                 ? "-"
+          {!isCounted                   ? "-"
            : isTrue(instance, "counts") ? "yes"
                                         : "no"},
           {meaningOf(kStates, textOf(instance, "state"))},
           {percentOf(instance, "cpu_percent")},
           {memoryOf(instance, "memory_kib")},
-          {asked.cpu ? percentOf(window, "cpu_average") : "-"},
-          {asked.memory ? memoryOf(window, "memory_average") : "-"},
+          {percentOf(window, "cpu_average")},
+          {memoryOf(window, "memory_average")},
           {countOf(window, "samples")},
           {age ? humanDuration(*age) : "-"}};
 }
@@ -141,10 +135,8 @@ std::string instancesTable(Json const& entry, View const& view) {
   Json const& instances = listOf(entry, "instances");
   if (instances.empty()) return "no process\n";
   std::vector<Row> rows;
-  Json const& settings = field(entry, "settings");
-  const Asked asked{numberOf(entry, "counted").has_value(), isTrue(settings, "cpu_enabled"),
-                    isTrue(settings, "mem_enabled")};
-  for (Json const& instance : instances) rows.push_back(rowOf(instance, asked));
+  const bool isCounted = numberOf(entry, "counted").has_value();
+  for (Json const& instance : instances) rows.push_back(rowOf(instance, isCounted));
   return renderTable({{"PID", true},
                       {"PARENT", true, 0, 3},
                       {"COUNTS", false, 0, 5},

@@ -17,6 +17,7 @@ class ControlApiTest : public ControlFixture {};
 EntryView madeEntry() {
   EntryView entry;
   entry.settings.name = "caf\xe9/x";
+  entry.settings.cpuEnabled = true;
   entry.isKnown = true;
   entry.lookedAt = WallTime(std::chrono::milliseconds(61'007));
   entry.instances = {{99, 1, true, true, 3, 2048, {2, std::chrono::milliseconds(2004), 3, 2048}},
@@ -34,13 +35,13 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
   EXPECT_EQ(status["started_at"], "1970-01-01T00:00:01.500Z");
   EXPECT_EQ(status["plugins"], json{"a.so"});
   EXPECT_EQ(status["entries"][0].dump(),
-            R"({"action":"none","counted":1,"cpu_percent":3,"dry_run":false,"find_result":0,)"
+            R"({"action":"none","counted":null,"cpu_percent":3,"dry_run":false,"find_result":0,)"
             R"("health":"ok","instances":2,"memory_kib":2048,"name":"caf�/x"})");
   const json entry = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2fx")));
   EXPECT_EQ(entry["instances"].dump(),
             R"([{"counts":true,"cpu_percent":3,"is_running":true,"memory_kib":2048,)"
             R"("parent_pid":1,"pid":99,"state":"T","window":{"age_ms":2004,"cpu_average":3,)"
-            R"("memory_average":2048,"samples":2}},{"counts":false,"cpu_percent":null,)"
+            R"("memory_average":null,"samples":2}},{"counts":false,"cpu_percent":null,)"
             R"("is_running":null,"memory_kib":null,"parent_pid":1,"pid":98,"state":null,)"
             R"("window":{"age_ms":0,"cpu_average":null,"memory_average":null,"samples":0}}])");
   EXPECT_EQ(entry["looked_at"], "1970-01-01T00:01:01.007Z");
