@@ -18,6 +18,7 @@ EntryView madeEntry() {
   EntryView entry;
   entry.settings.name = "caf\xe9/x";
   entry.settings.cpuEnabled = true;
+  entry.settings.cpuLimit = 50;
   entry.isKnown = true;
   entry.lookedAt = WallTime(std::chrono::milliseconds(61'007));
   entry.instances = {{99, 1, true, true, 3, 2048, {2, std::chrono::milliseconds(2004), 3, 2048}},
@@ -47,7 +48,7 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
   EXPECT_EQ(entry["looked_at"], "1970-01-01T00:01:01.007Z");
   EXPECT_EQ(json::parse(bodyOf(ask("GET", "/v1/entries")))["entries"], json{entry});
   const json why = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2Fx/explain")));
-  EXPECT_EQ(why["checks"].size(), 4) << why;
+  EXPECT_EQ(why["checks"].size(), 5) << why;
   EXPECT_EQ(bodyOf(ask("GET", "/v1/events")),
             R"({"events":[{"entry":"x","kind":"kill","number":1,"pid":5,"result":-3,"text":"why",)"
             R"("time":"1970-01-01T00:00:00.000Z","value":null,"would_have":true}],)"
