@@ -6,10 +6,11 @@
 
 /// What a plug-in library offers to its host.
 ///
-/// Life of a plug-in: the host loads the library, calls its exported factory
-/// once, holds the object (`incRef`), calls `init()` once, and asks it for
-/// interfaces from then on. Dropping the last reference ends the plug-in. All of
-/// this happens on one host thread; only `getInstance` may be called from others.
+/// Life of a plug-in: the host loads the library, calls its exported factory,
+/// holds the object (`incRef`), calls `init()` once, and asks it for interfaces
+/// from then on. Dropping the last reference ends the plug-in. After that a host
+/// may call the factory again, for a new object. All of this happens on one host
+/// thread; only `getInstance` may be called from others.
 class IPlugin : public IBase {
  public:
   /// Starts the plug-in. Called once, before any `getInstance`.

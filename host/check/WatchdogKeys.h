@@ -59,7 +59,7 @@ inline constexpr std::array<WatchdogKey, 18> kProgramKeys = {{
     {"executable", KeyKind::text, "not read, nothing can be started"},
     {"arguments", KeyKind::text, "not read, the program is started without any"},
     {"working_dir", KeyKind::text, "not read, the host's own holds"},
-    {"dry_run", KeyKind::boolean, kFalseHolds},
+    {"dry_run", KeyKind::boolean, "not read, true holds"},
 }};
 
 inline constexpr std::array<std::string_view, 4> kActions = {"none", "terminate", "restart",

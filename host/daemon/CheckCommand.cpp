@@ -5,33 +5,38 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <iterator>
 #include <system_error>
 #include <utility>
 
 #include "host/check/CheckConfiguration.h"
 #include "host/check/WatchdogKeys.h"
-#include "host/daemon/WatchdogFacts.h"
+#include "host/daemon/WatchdogFile.h"
 #include "host/services/LogFormat.h"
 
 namespace {
 
 /// Of the watchdog's own file in the folder of files per plug-in.
-Findings checkOwnFile(std::string const& mainFile, HostSettings const& settings,
-                      FilePosition configDir) {
+CheckedWatchdog checkOwnFile(std::string const& mainFile, HostSettings const& settings,
+                             FilePosition configDir) {
   const std::string path = watchdogFilePath(settings);
   auto read = readTomlFile(path);
-  auto const* failure = std::get_if<TomlFailure>(&read);
-  if (failure == nullptr) return checkConfiguration(std::get<TomlFile>(read), true);
-  if (failure->code == -EINVAL) {
-    Finding finding = syntaxFinding(path, *failure);
-    finding.what += fmt::format(": {}", kNoStart);
-    return {finding};
+  if (auto* file = std::get_if<TomlFile>(&read); file != nullptr) {
+    CheckedWatchdog checked{checkConfiguration(*file, true)};
+    checked.files.emplace(path, std::move(*file));
+    return checked;
   }
-  if (failure->code == -ENOENT && !runsWatchdog(settings)) return {};
-  return {{mainFile, configDir, Severity::error,
-           fmt::format("`host.config_dir': {}: {}", failure->message, kNoStart), "",
-           Reporter::others}};
+  auto const& failure = std::get<TomlFailure>(read);
+  if (failure.code == -EINVAL) {
+    Finding finding = syntaxFinding(path, failure);
+    finding.what += fmt::format(": {}", kNoStart);
+    return {{finding}};
+  }
+  if (failure.code == -ENOENT && !runsWatchdog(settings)) return {};
+  return {{{mainFile, configDir, Severity::error,
+            fmt::format("`host.config_dir': {}: {}", failure.message, kNoStart), "",
+            Reporter::others}}};
 }
 
 ConfigEntry const* entryOf(ConfigEntries const& host, std::string const& key) {
@@ -64,6 +69,17 @@ void checkPlugins(std::string const& path, ConfigEntries const& host, HostSettin
   }
 }
 
+void checkControlSocket(std::string const& path, ConfigEntries const& host,
+                        HostSettings const& settings, Findings& findings) {
+  const std::filesystem::path socket = settings.control.socket;
+  if (socket.empty() || std::filesystem::is_directory(socket.parent_path())) return;
+  findings.push_back({path, entryOf(host, "control_socket")->value.position, Severity::error,
+                      fmt::format("`host.control_socket' is \"{}\", whose folder is not there: the "
+                                  "host does not start",
+                                  socket.string()),
+                      ""});
+}
+
 /// Of a file that is TOML.
 CheckedFile checkTables(TomlFile file, std::vector<std::string> const& morePlugins) {
   ConfigEntries host = file.takeTable(kHostTable);
@@ -77,13 +93,13 @@ CheckedFile checkTables(TomlFile file, std::vector<std::string> const& morePlugi
   checkPlugins(file.path, host, reading.settings, findings);
   reading.settings.plugins.insert(reading.settings.plugins.end(), morePlugins.begin(),
                                   morePlugins.end());
+  checkControlSocket(file.path, host, reading.settings, findings);
   ConfigEntry const* configDir = entryOf(host, "config_dir");
-  std::ranges::move(
-      checkWatchdog(file, reading.settings,
-                    configDir != nullptr ? configDir->value.position : FilePosition{}),
-      std::back_inserter(findings));
-  sortByPlace(findings, file.path);
-  return {std::move(file), std::move(host), std::move(reading.settings), std::move(findings)};
+  CheckedWatchdog watchdog = checkWatchdog(
+      file, reading.settings, configDir != nullptr ? configDir->value.position : FilePosition{});
+  std::ranges::move(findings, std::back_inserter(watchdog.findings));
+  sortByPlace(watchdog.findings, file.path);
+  return {std::move(file), std::move(host), std::move(reading.settings), std::move(watchdog)};
 }
 
 Answer answerWith(Findings const& findings, bool asJson) {
@@ -99,13 +115,15 @@ Finding syntaxFinding(std::string const& path, TomlFailure const& failure) {
   return {path, failure.position, Severity::error, failure.cause, "", Reporter::others};
 }
 
-Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
-                       FilePosition configDir) {
-  if (settings.configDir.empty()) return checkConfiguration(mainFile, runsWatchdog(settings));
-  Findings findings = findUnreadTables(
-      mainFile, "plug-ins read their files in `host.config_dir', " + settings.configDir);
-  std::ranges::move(checkOwnFile(mainFile.path, settings, configDir), std::back_inserter(findings));
-  return findings;
+CheckedWatchdog checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
+                              FilePosition configDir) {
+  if (settings.configDir.empty()) return {checkConfiguration(mainFile, runsWatchdog(settings))};
+  CheckedWatchdog checked = checkOwnFile(mainFile.path, settings, configDir);
+  std::ranges::move(findUnreadTables(mainFile, "plug-ins read their files in `host.config_dir', " +
+                                                   settings.configDir),
+                    std::back_inserter(checked.findings));
+  sortByPlace(checked.findings, mainFile.path);
+  return checked;
 }
 
 std::variant<CheckedFile, TomlFailure> readChecked(std::string const& path,
@@ -123,5 +141,5 @@ std::variant<Answer, Failure> checkFile(Options const& options) {
     if (failure->code != -EINVAL) return Failure{ExitCode::noConfiguration, {failure->message}};
     return answerWith({syntaxFinding(options.configFile, *failure)}, options.json);
   }
-  return answerWith(std::get<CheckedFile>(read).findings, options.json);
+  return answerWith(std::get<CheckedFile>(read).watchdog.findings, options.json);
 }

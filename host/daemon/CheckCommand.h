@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <variant>
 #include <vector>
@@ -9,19 +10,27 @@
 #include "host/daemon/HostSettings.h"
 #include "host/daemon/Options.h"
 
-/// What is wrong with the watchdog's part of the configuration: in the main file, or
-/// with a folder of files per plug-in in the watchdog's own.
+/// What is wrong with the watchdog's part of the configuration.
+struct CheckedWatchdog {
+  Findings findings;
+
+  /// By path, what was read of the folder of files per plug-in. What is checked must be
+  /// what takes effect, so nobody reads it again.
+  std::map<std::string, TomlFile> files{};
+};
+
+/// Checks the main file, or with a folder of files per plug-in the watchdog's own.
 /// @param mainFile without the host's own table.
 /// @param configDir where the main file names that folder.
-Findings checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
-                       FilePosition configDir);
+CheckedWatchdog checkWatchdog(TomlFile const& mainFile, HostSettings const& settings,
+                              FilePosition configDir);
 
 /// A configuration file, and what is wrong with it.
 struct CheckedFile {
   TomlFile file;       ///< without the host's own table
   ConfigEntries host;  ///< that table
   HostSettings settings;
-  Findings findings;
+  CheckedWatchdog watchdog;  ///< with all other findings, too
 };
 
 /// Reads a configuration file and checks it whole.

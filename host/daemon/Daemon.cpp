@@ -35,6 +35,16 @@ const char* nameOf(int reason) {
   }
 }
 
+/// Closes the loop, in whichever way its user ends.
+struct Closing {
+  explicit Closing(MainLoop& closed) : loop(closed) {}
+  ~Closing() { loop.close(); }
+  Closing(Closing const&) = delete;
+  Closing& operator=(Closing const&) = delete;
+
+  MainLoop& loop;
+};
+
 /// All that the daemon runs with, on the main thread. The parts end in the reverse
 /// order of their making.
 class Host {
@@ -65,7 +75,7 @@ class Host {
 
 Host::Host(DaemonSetup setup, std::shared_ptr<LogOutput> output, HostSignals const& signals)
     : fSetup(std::move(setup)),
-      fPlan(planOf(fSetup.settings, fSetup.mainFile, fSetup.findings)),
+      fPlan(planOf(fSetup.settings, fSetup.mainFile, fSetup.watchdog)),
       fOutput(std::move(output)),
       fLog(fOutput->logger("veskd")),
       fCheckLog(fOutput->logger("vesk.check")),
@@ -79,7 +89,7 @@ ExitCode Host::run() {
     fLog->warn("not root: processes of other users can be watched but not ended");
   }
   if (!fPlugins.open(fSetup.settings.plugins)) return ExitCode::pluginFailed;
-  logFindings(fSetup.findings, *fCheckLog);
+  logFindings(fSetup.watchdog.findings, *fCheckLog);
   ExitCode code{};
   {
     const Services services(fSetup.settings, fPlan.sources, fOutput);
@@ -107,8 +117,8 @@ ControlSources Host::sources(Services const& services) const {
 ExitCode Host::runPlugins(Services const& services) {
   Roster roster(services.board(), services.journal(), fLog);
   Reload reload(fSetup, fPlan,
-                {fPlugins, services.configuration(), roster, *services.journal(), fNotifier, *fLog,
-                 *fCheckLog});
+                {fPlugins, services.configuration(), roster, services.utilities(), fLoop,
+                 *services.journal(), fNotifier, *fLog, *fCheckLog});
   ControlSources operators = sources(services);
   operators.changes = std::make_shared<Changes>(fLoop, roster, [&] { return reloadOrEnd(reload); });
   // Before anything is watched, and until it is no more: a start and a stop may take
@@ -120,6 +130,8 @@ ExitCode Host::runPlugins(Services const& services) {
     fLog->error("{}", cause);
     return ExitCode::noOutput;
   }
+  // Before the server: its connections may wait for the loop.
+  const Closing closing(fLoop);
   const ExitCode code =
       start(services, roster) ? serve(services, roster, reload) : ExitCode::pluginFailed;
   fLoop.close();

@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "host/check/Finding.h"
+#include "host/daemon/CheckCommand.h"
 #include "host/daemon/ExitCode.h"
 #include "host/daemon/HostSettings.h"
 #include "host/daemon/HostSignals.h"
@@ -16,7 +16,7 @@ struct DaemonSetup {
   HostSettings settings;
   std::optional<TomlFile> mainFile;  ///< without the host's own table
   ServiceManager serviceManager;
-  Findings findings{};  ///< what is wrong with the watchdog's configuration
+  CheckedWatchdog watchdog{};
   Options options{};
   ConfigEntries host{};  ///< the host's own table of the main file
 };

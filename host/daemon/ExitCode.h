@@ -25,6 +25,7 @@ inline constexpr std::array<ExitCodeMeaning, 7> kExitCodes = {{
     {ExitCode::noConfiguration, "configuration file missing or unreadable"},
     {ExitCode::pluginFailed, "a plug-in cannot be loaded, started or reloaded, or none is given"},
     {ExitCode::systemFailed, "the operating system refused something"},
-    {ExitCode::noOutput, "log file, program output, control socket or metrics address cannot be opened"},
+    {ExitCode::noOutput,
+     "log file, program output, control socket or metrics address cannot be opened"},
     {ExitCode::badConfiguration, "wrong content of the configuration file; --check: an error"},
 }};

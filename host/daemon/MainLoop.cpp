@@ -85,6 +85,11 @@ int MainLoop::serve(std::function<void()> const& reload, Chore const& chore) {
   return fReason;
 }
 
+bool MainLoop::pause(std::chrono::microseconds time) {
+  std::unique_lock lock(fMutex);
+  return !fChanged.wait_for(lock, time, [this] { return fIsStopped; });
+}
+
 void MainLoop::close() {
   const std::lock_guard lock(fMutex);
   fIsStopped = true;

@@ -44,6 +44,10 @@ class MainLoop {
   /// Does all that until `stop`, and then closes. Once.
   int serve(std::function<void()> const& reload, Chore const& chore);
 
+  /// Waits, on the loop's own thread, in the middle of what it does.
+  /// @return false at once when `stop` was called, or is meanwhile.
+  bool pause(std::chrono::microseconds time);
+
   /// Whoever waits for a job, or asks for one later, is answered `unavailable`.
   void close();
 

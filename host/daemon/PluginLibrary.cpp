@@ -58,6 +58,7 @@ PluginLibrary::PluginLibrary(std::string path, void* handle)
 
 PluginLibrary::~PluginLibrary() {
   stop();
+  release();
   if (*fHoldersLeft == 0) ::dlclose(fHandle);
 }
 
@@ -99,9 +100,9 @@ void PluginLibrary::offer(PLiteral const& id) {
   }
 }
 
-void PluginLibrary::stop() {
-  // The plug-in first: the counts of its objects are then those of others.
-  fPlugin.reset();
+void PluginLibrary::stop() { fPlugin.reset(); }
+
+void PluginLibrary::release() {
   for (IBase* shared : fShared) *fHoldersLeft += shared->decRef();
   fShared.clear();
 }

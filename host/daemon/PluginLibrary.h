@@ -34,6 +34,10 @@ class PluginLibrary {
   /// objects that it made may still be held by services.
   void stop();
 
+  /// Lets go of the objects that the plug-in shares, after all plug-ins that may hold
+  /// them were stopped; who holds them then, holds on to them.
+  void release();
+
   /// Whether somebody holds something of a plug-in that was ended: it may still run.
   bool isHeld() const { return fPlugin == nullptr && *fHoldersLeft != 0; }
 

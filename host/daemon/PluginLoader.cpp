@@ -47,6 +47,7 @@ bool PluginLoader::start(std::string& cause) {
 
 void PluginLoader::stop() {
   for (auto at = fLibraries.rbegin(); at != fLibraries.rend(); ++at) (*at)->stop();
+  for (auto at = fLibraries.rbegin(); at != fLibraries.rend(); ++at) (*at)->release();
 }
 
 std::string PluginLoader::held() const {

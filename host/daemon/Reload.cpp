@@ -98,16 +98,17 @@ ApiResult Reload::read() {
                                            : failure->message);
   }
   auto& checked = std::get<CheckedFile>(read);
-  if (hasError(checked.findings)) return refuse(linesOf(checked.findings));
+  Findings const& findings = checked.watchdog.findings;
+  if (hasError(findings)) return refuse(linesOf(findings));
   return apply(std::move(checked));
 }
 
 ApiResult Reload::apply(CheckedFile checked) {
-  logFindings(checked.findings, fParts.checkLog);
-  Json answer{{"findings", Json::parse(jsonOf(checked.findings))},
+  logFindings(checked.watchdog.findings, fParts.checkLog);
+  Json answer{{"findings", Json::parse(jsonOf(checked.watchdog.findings))},
               {"needs_restart", needRestart(checked.host)}};
   if (fOptions.dryRun) checked.settings.dryRun = true;
-  WatchPlan plan = planOf(checked.settings, std::move(checked.file), checked.findings);
+  WatchPlan plan = planOf(checked.settings, std::move(checked.file), checked.watchdog);
   // Where the new configuration fails, the former one is what was read of it.
   fPlan.sources.files = fParts.configuration.filesRead();
   std::string cause;
@@ -115,6 +116,7 @@ ApiResult Reload::apply(CheckedFile checked) {
     fPlan = std::move(plan);
     return answer;
   }
+  if (fIsStopping) return ApiError{ApiError::Code::unavailable, cause};
   if (fIsLost) return refuse(cause);
   std::string formerCause;
   if (restart(fPlan, formerCause)) {
@@ -133,11 +135,28 @@ bool Reload::restart(WatchPlan const& plan, std::string& cause) {
   }
 }
 
+/// A program that was just started takes its name in a moment, and the first pass comes
+/// at once: it must not take it for missing.
+/// @return false when the host is to stop meanwhile.
+bool Reload::settle(WatchPlan const& plan) const {
+  constexpr std::chrono::seconds kLongest{5};
+  const std::chrono::microseconds pause =
+      std::min(kLongest, std::chrono::seconds(plan.facts.globals.sampleTime));
+  const auto age = fParts.utilities.sinceLastStart();
+  return fParts.loop.pause(age && *age < pause ? pause - *age : std::chrono::microseconds(0));
+}
+
 bool Reload::tryRestart(WatchPlan const& plan, std::string& cause) {
+  fParts.roster.holdBackFor(plan.facts);
   fParts.plugins.stop();
   if (const std::string held = fParts.plugins.held(); !held.empty()) {
     cause = fmt::format("{} is still held by others, so that it may still run", held);
     fIsLost = true;
+    return false;
+  }
+  if (!settle(plan)) {
+    cause = "the host is stopping";
+    fIsStopping = true;
     return false;
   }
   // The first pass is a part of the start. Not sooner: the former limits must not act

@@ -9,10 +9,12 @@
 #include "host/control/ApiResult.h"
 #include "host/daemon/CheckCommand.h"
 #include "host/daemon/Daemon.h"
+#include "host/daemon/MainLoop.h"
 #include "host/daemon/PluginLoader.h"
 #include "host/daemon/ServiceNotifier.h"
 #include "host/daemon/WatchPlan.h"
 #include "host/entries/Roster.h"
+#include "host/process/ProcessUtilities.h"
 #include "host/services/ConfigManager.h"
 #include "host/watch/RecordJournal.h"
 
@@ -26,6 +28,8 @@ class Reload {
     PluginLoader& plugins;
     ConfigManager& configuration;
     Roster& roster;
+    ProcessUtilities const& utilities;
+    MainLoop& loop;
     RecordJournal& journal;
     ServiceNotifier& notifier;
     spdlog::logger& log;
@@ -50,6 +54,7 @@ class Reload {
   ApiResult apply(CheckedFile checked);
   bool restart(WatchPlan const& plan, std::string& cause);
   bool tryRestart(WatchPlan const& plan, std::string& cause);
+  bool settle(WatchPlan const& plan) const;
   std::vector<std::string> needRestart(ConfigEntries const& host) const;
   void finish(ApiResult const& result);
 
@@ -59,6 +64,7 @@ class Reload {
   WatchPlan fPlan;            ///< in force
   Parts fParts;
   bool fIsLost = false;
+  bool fIsStopping = false;
 };
 
 /// Logs what the check alone reports.

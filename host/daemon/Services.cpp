@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr const char* kWatchdogCounter = "wd_proc_count";
+
 /// Makes room for this process's own descriptors; what it starts gets the limit
 /// that it was itself started with, unless another is configured.
 std::vector<ProgramLimit> programLimits(HostSettings const& settings) {
@@ -102,7 +104,12 @@ Services::~Services() {
 }
 
 std::function<std::map<std::string, unsigned long long>()> Services::counters() const {
-  return [counters = fCounters] { return counters->values(); };
+  return [counters = fCounters] {
+    auto values = counters->values();
+    // There from the start, for whoever draws or compares it.
+    values.try_emplace(kWatchdogCounter, 0);
+    return values;
+  };
 }
 
 std::function<RestartState()> Services::restarts() const {

@@ -46,11 +46,10 @@ std::variant<DaemonSetup, Failure> readSetup(Options const& options) {
   for (std::string const& plugin : options.plugins) {
     setup.settings.plugins.push_back(std::filesystem::absolute(plugin));
   }
-  if (options.dryRun) setup.settings.dryRun = true;
   if (options.logLevel) setup.settings.log.level = *options.logLevel;
   if (options.dryRun) setup.settings.dryRun = true;
   if (setup.settings.plugins.empty()) return noPlugin(options.configFile);
-  if (setup.mainFile) setup.findings = checkWatchdog(*setup.mainFile, setup.settings, {});
+  if (setup.mainFile) setup.watchdog = checkWatchdog(*setup.mainFile, setup.settings, {});
   return setup;
 }
 

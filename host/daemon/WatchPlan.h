@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "host/check/Finding.h"
+#include "host/daemon/CheckCommand.h"
 #include "host/daemon/HostSettings.h"
-#include "host/daemon/WatchdogFacts.h"
+#include "host/entries/WatchdogFacts.h"
 #include "host/services/ConfigManager.h"
 
 /// What the plug-ins are started with.
@@ -14,6 +14,6 @@ struct WatchPlan {
 };
 
 /// @param mainFile without the host's own table.
-/// @param findings about the watchdog's configuration, reported already.
+/// @param watchdog whose findings are reported already.
 WatchPlan planOf(HostSettings const& settings, std::optional<TomlFile> mainFile,
-                 Findings const& findings);
+                 CheckedWatchdog const& watchdog);

@@ -43,6 +43,13 @@ Roster::Roster(std::shared_ptr<WatchBoard> board, std::shared_ptr<RecordJournal>
                std::shared_ptr<spdlog::logger> log)
     : fBoard(std::move(board)), fJournal(std::move(journal)), fLog(std::move(log)) {}
 
+void Roster::holdBackFor(WatchdogFacts const& next) {
+  DryRun both = fDryRun;
+  both.all = both.all || next.dryRun.all;
+  both.names.insert(next.dryRun.names.begin(), next.dryRun.names.end());
+  fBoard->setDryRun(std::move(both));
+}
+
 void Roster::announce(WatchdogFacts facts) {
   fFacts = std::move(facts);
   fDryRun = fFacts.dryRun;

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "host/control/ApiResult.h"
-#include "host/daemon/WatchdogFacts.h"
+#include "host/entries/WatchdogFacts.h"
 #include "host/watch/RecordJournal.h"
 #include "host/watch/WatchBoard.h"
 
@@ -26,6 +26,10 @@ class Roster {
   /// start.
   /// @param facts of the file that they are about to read.
   void announce(WatchdogFacts facts);
+
+  /// Has acts held back that either the file in force or the one to come holds back:
+  /// for the time in which the former plug-ins end.
+  void holdBackFor(WatchdogFacts const& next);
 
   /// Adds again what was added by request, but for names that the file has, and puts
   /// all entries on the board. After the plug-ins have started.

@@ -205,12 +205,19 @@ int ProcessUtilities::launch(SpawnRequest const& request, unsigned int& pid) {
   }
   if (!outcome.cause.empty()) fLog->warn("program {}: {}", request.executable, outcome.cause);
   pid = outcome.pid;
+  fStartedAt = fWorld.clock->sinceBoot();
   UniqueFd descriptor;
   // Without one the child is looked for now and then.
   static_cast<void>(fWorld.signals->open(pid, descriptor));
   note(pid);
   fReaper.adopt(pid, std::move(descriptor), request.executable);
   return PResult::ok;
+}
+
+std::optional<std::chrono::microseconds> ProcessUtilities::sinceLastStart() const {
+  const std::chrono::microseconds startedAt = fStartedAt;
+  if (startedAt.count() == 0) return std::nullopt;
+  return fWorld.clock->sinceBoot() - startedAt;
 }
 
 std::vector<unsigned int> ProcessUtilities::takeKilled() {

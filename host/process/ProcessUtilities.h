@@ -3,9 +3,11 @@
 #include <spdlog/logger.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,6 +62,9 @@ class ProcessUtilities : public IProcessUtilities {
   /// @return 0 when it is running, or as `start`.
   int run(std::string const& commandLine, unsigned int& pid);
 
+  /// How long ago a program was last started; nothing if none was.
+  std::optional<std::chrono::microseconds> sinceLastStart() const;
+
   /// How often `find` was called, modulo the type: a sign of life of whoever looks
   /// at every pass.
   unsigned int finds() const { return fFinds.load(std::memory_order_relaxed); }
@@ -82,7 +87,8 @@ class ProcessUtilities : public IProcessUtilities {
   ProcessWorld fWorld;
   ProcessTree fTree;
   std::atomic<unsigned int> fFinds{0};
-  std::mutex fMutex;  ///< guards what follows, up to the reaper
+  std::atomic<std::chrono::microseconds> fStartedAt{};  ///< since boot; zero: never
+  std::mutex fMutex;                                    ///< guards what follows, up to the reaper
   DescriptorBudget fNameBudget;
   DescriptorBudget fStatBudget;
   ProcessNames fNames;

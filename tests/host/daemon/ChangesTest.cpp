@@ -60,7 +60,8 @@ class ChangesTest : public VeskdFixture {
     fJournal = services.journal();
     Roster roster(fBoard, fJournal, log);
     Reload reload(fSetup, plan,
-                  {plugins, services.configuration(), roster, *fJournal, notifier, *log, *log});
+                  {plugins, services.configuration(), roster, services.utilities(), fLoop, *fJournal,
+                   notifier, *log, *log});
     roster.announce(plan.facts);
     std::string cause;
     EXPECT_TRUE(plugins.start(cause)) << cause;

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "host/daemon/Setup.h"
+#include "host/daemon/WatchPlan.h"
 #include "tests/host/process/TemporaryFolder.h"
 
 using testing::ElementsAre;
@@ -53,6 +54,21 @@ x = 1
                           FieldsAre(RLIMIT_FSIZE, 4294967296, RLIM_INFINITY)));
   EXPECT_THAT(setup.mainFile->entries, ElementsAre(testing::Key("watchdog.x")));
   EXPECT_EQ(std::get<DaemonSetup>(read(folder, text)).settings.log.level, spdlog::level::err);
+}
+
+TEST(Setup, WhatWasCheckedIsWhatTakesEffectAndADryRunInDoubtHoldsBack) {
+  const TemporaryFolder folder;
+  const std::string own = "d/veskp.watchdog.process.toml";
+  folder.makeFile(own,
+                  "[watchdog.process.1]\nname = 'a'\ndry_run = 'yes'\n"
+                  "[watchdog.process.2]\nname = 'b'\ndry_run = false\n");
+  const auto setup =
+      std::get<DaemonSetup>(read(folder, "[host]\nplugins = ['p']\nconfig_dir = 'd'"));
+  folder.makeFile(own, "[watchdog.process.1]\nname = 'changed'\n");
+  const WatchPlan plan = planOf(setup.settings, setup.mainFile, setup.watchdog);
+  EXPECT_THAT(plan.facts.names, ElementsAre("a", "b"));
+  EXPECT_THAT(plan.facts.dryRun.names, ElementsAre("a"));
+  EXPECT_EQ(plan.sources.files.at(folder.path(own)).entries.count("watchdog.process.2.name"), 1U);
 }
 
 TEST(Setup, EveryMistakeIsNamedInOneRunInTheOrderOfTheFile) {

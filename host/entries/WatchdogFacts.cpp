@@ -1,8 +1,7 @@
-#include "host/daemon/WatchdogFacts.h"
+#include "host/entries/WatchdogFacts.h"
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <utility>
 
 #include "host/check/KeyTable.h"
@@ -10,7 +9,6 @@
 
 namespace {
 
-constexpr const char* kWatchdogLibrary = "libveskp.watchdog.process.so";
 constexpr const char* kDryRun = "dry_run";
 
 struct Flag {
@@ -93,7 +91,9 @@ EntrySettings readEntry(KeyTable const& table) {
   if (action != nullptr && std::ranges::find(kActions, *action) != kActions.end()) {
     entry.action = *action;
   }
-  entry.dryRun = table.isTrue(kDryRun);
+  // What is not understood holds back: it is there for safety.
+  const bool isThere = table.entry(kDryRun) != nullptr || table.firstInside(kDryRun) != nullptr;
+  entry.dryRun = isThere && (!isBoolean(table, kDryRun) || table.isTrue(kDryRun));
   return entry;
 }
 
@@ -124,23 +124,4 @@ WatchdogFacts readWatchdogFacts(TomlFile const& file) {
     if (entry.dryRun) facts.dryRun.names.insert(entry.name);
     facts.entries.push_back(std::move(entry));
   }
-}
-
-bool runsWatchdog(HostSettings const& settings) {
-  return std::ranges::any_of(settings.plugins, [](std::filesystem::path const& path) {
-    return path.filename().string().starts_with(kWatchdogLibrary);
-  });
-}
-
-std::string watchdogFilePath(HostSettings const& settings) {
-  const std::string name = std::string(kWatchdogConfiguration) + ".toml";
-  return std::filesystem::path(settings.configDir) / name;
-}
-
-std::optional<TomlFile> watchdogFile(HostSettings const& settings,
-                                     std::optional<TomlFile> const& mainFile) {
-  if (settings.configDir.empty()) return mainFile;
-  auto read = readTomlFile(watchdogFilePath(settings));
-  if (auto* file = std::get_if<TomlFile>(&read)) return std::move(*file);
-  return std::nullopt;
 }

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "host/daemon/HostSettings.h"
 #include "host/services/TomlFile.h"
 #include "host/watch/WatchBoard.h"
 
@@ -25,14 +23,3 @@ struct WatchdogFacts {
 
 /// @param file without the host's own table.
 WatchdogFacts readWatchdogFacts(TomlFile const& file);
-
-/// Whether the watchdog is among the plug-ins.
-bool runsWatchdog(HostSettings const& settings);
-
-/// The watchdog's own file in the folder of files per plug-in.
-std::string watchdogFilePath(HostSettings const& settings);
-
-/// The file that serves the watchdog; nothing where there is none, or none that can
-/// be read.
-std::optional<TomlFile> watchdogFile(HostSettings const& settings,
-                                     std::optional<TomlFile> const& mainFile);
