@@ -26,6 +26,13 @@ void EntryMirror::found(int result, WallTime at, Pids const& pids, Pids const& p
   beginTurn();
 }
 
+void EntryMirror::beginAnew() noexcept {
+  forgetProcesses();
+  fLastKill = {};
+  fLookedAt.reset();
+  fFindResult = 0;
+}
+
 void EntryMirror::forgetProcesses() noexcept {
   fProcesses.clear();
   fGone.clear();

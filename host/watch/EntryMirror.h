@@ -41,6 +41,9 @@ class EntryMirror {
   /// A look, which begins a turn.
   void found(int result, WallTime at, Pids const& pids, Pids const& parentPids);
 
+  /// Forgets all that was looked for; totals and settings stay.
+  void beginAnew() noexcept;
+
   /// Forgets the processes and their windows: for want of memory.
   void forgetProcesses() noexcept;
 

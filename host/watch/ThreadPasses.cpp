@@ -9,22 +9,39 @@ ThreadPass* ThreadPasses::mine() noexcept {
 }
 
 ThreadPass* ThreadPasses::makeMine() noexcept {
-  if (ThreadPass* pass = mine(); pass != nullptr) return pass;
+  ThreadPass* pass = mine();
+  if (pass == nullptr) pass = takeLongestIdle();
+  if (pass != nullptr && fLeader == nullptr) fLeader = pass;
+  return pass;
+}
+
+ThreadPass* ThreadPasses::takeLongestIdle() noexcept {
   ThreadPass* longestIdle = nullptr;
   for (ThreadPass& pass : fPasses) {
     if (&pass == fLeader || pass.isInCall) continue;
     if (longestIdle == nullptr || pass.ended < longestIdle->ended) longestIdle = &pass;
   }
-  if (longestIdle == nullptr) return nullptr;
-  ThreadPass& taken = *longestIdle;
-  taken.thread = std::this_thread::get_id();
-  taken.entry.clear();
-  taken.isEntryTold = true;
-  taken.names.clear();
-  taken.isOpen = false;
-  taken.knownNames = 0;
-  if (fLeader == nullptr) fLeader = &taken;
-  return &taken;
+  if (longestIdle != nullptr) clear(*longestIdle, std::this_thread::get_id());
+  return longestIdle;
+}
+
+void ThreadPasses::clear(ThreadPass& pass, std::thread::id thread) noexcept {
+  pass.thread = thread;
+  pass.entry.clear();
+  // A thread whose pass was taken away may be in the midst of an entry.
+  pass.isEntryTold = false;
+  pass.names.clear();
+  pass.isOpen = false;
+  pass.knownNames = 0;
+  pass.act = {};
+}
+
+void ThreadPasses::clear() noexcept {
+  fLeader = nullptr;
+  for (ThreadPass& pass : fPasses) {
+    // A call that is under way ends where it began.
+    clear(pass, pass.isInCall ? pass.thread.load() : std::thread::id());
+  }
 }
 
 void ThreadPasses::elect(ThreadPass& pass, std::chrono::microseconds now,

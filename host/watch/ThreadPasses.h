@@ -33,7 +33,7 @@ struct ThreadPass {
 
   // Guarded by the board.
   std::string entry;            ///< the name it last asked for
-  bool isEntryTold = false;     ///< false: for want of memory `entry` is not that name
+  bool isEntryTold = false;     ///< false: `entry` is not that name
   std::set<std::string> names;  ///< asked for in this pass
   std::chrono::microseconds begun{0};
   std::chrono::microseconds ended{0};  ///< of the last call
@@ -61,11 +61,17 @@ class ThreadPasses {
   ThreadPass* leader() noexcept { return fLeader; }
   ThreadPass const* leader() const noexcept { return fLeader; }
 
+  /// Forgets all passes and whose are the watchdog's. Needs the board's lock.
+  void clear() noexcept;
+
   /// Decides that anew, at the end of a pass of `pass`. Needs the board's lock.
   void elect(ThreadPass& pass, std::chrono::microseconds now,
              std::chrono::microseconds longestIdle) noexcept;
 
  private:
+  static void clear(ThreadPass& pass, std::thread::id thread) noexcept;
+  ThreadPass* takeLongestIdle() noexcept;
+
   static constexpr std::size_t kMost = 16;
   std::array<ThreadPass, kMost> fPasses;
   ThreadPass* fLeader = nullptr;

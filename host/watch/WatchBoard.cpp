@@ -44,6 +44,15 @@ void WatchBoard::drop(std::string const& name) {
   fEntries.erase(found);
 }
 
+void WatchBoard::beginAnew() {
+  const std::lock_guard lock(fMutex);
+  closeIdlePass();
+  fThreads.clear();
+  fTurn = nullptr;
+  fLastWholePass = 0;  // who was left out of a pass that was cut short is not missed
+  for (auto& [name, entry] : fEntries) entry.mirror.beginAnew();
+}
+
 std::vector<std::string> WatchBoard::doubtful() const {
   const std::lock_guard lock(fMutex);
   closeIdlePass();

@@ -38,6 +38,11 @@ class WatchBoard {
   /// Forgets an entry.
   void drop(std::string const& name);
 
+  /// A new watchdog is about to begin: the former's processes, windows and looks are
+  /// forgotten, totals and settings stay. To be called between the end of the former
+  /// plug-ins and the start of the new ones.
+  void beginAnew();
+
   /// Names that are looked for but were never put, and names that were put but not
   /// looked for in the last whole pass: somebody else added or removed them.
   std::vector<std::string> doubtful() const;
@@ -46,7 +51,7 @@ class WatchBoard {
 
   /// Whether a dry run holds back the act that the calling thread has begun: the
   /// host's, or that of the entry whose name the thread last looked for. Where that
-  /// cannot be told for want of memory, any dry run does.
+  /// cannot be told, any dry run does.
   /// @param reason set to why it would be done; empty where that cannot be told.
   bool pretend(std::string& reason) noexcept;
 

@@ -10,6 +10,7 @@
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -95,6 +96,21 @@ TEST_F(Board, ShowsThePassesOfWhoeverAsksForMostEntries) {
   EXPECT_THAT(board->doubtful(), ElementsAre("b"));
   board->drop("b");
   EXPECT_THAT(names(), ElementsAre("a"));
+}
+
+TEST_F(Board, FollowsANewWatchdogFromItsFirstLookOn) {
+  put("a");
+  put("b");
+  std::thread([&] { look({"a", "b"}); }).join();
+  board->beginAnew();
+  const WatchView between = board->view();
+  EXPECT_EQ(between.pass.count, 1U);
+  EXPECT_FALSE(between.entries[1].lookedAt);
+  EXPECT_THAT(between.entries[1].instances, IsEmpty());
+  std::thread([&] { look({"b"}); }).join();
+  EXPECT_EQ(board->view().pass.count, 2U);
+  EXPECT_THAT(board->view().entries[1].instances, SizeIs(1));
+  EXPECT_THAT(board->doubtful(), IsEmpty()) << "its first pass is not over";
 }
 
 TEST_F(Board, ShowsAPassThatHangsInACall) {
