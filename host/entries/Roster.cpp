@@ -57,6 +57,7 @@ void Roster::announce(WatchdogFacts facts) {
     if (settings.dryRun && !isInFile(name)) fDryRun.names.insert(name);
   }
   logDryRun(fDryRun, *fLog);
+  fBoard->beginAnew();
   fBoard->setGlobals(fFacts.globals);
   fBoard->setDryRun(fDryRun);
   for (EntrySettings const& settings : fFacts.entries) {

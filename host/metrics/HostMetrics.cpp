@@ -114,8 +114,8 @@ void addHost(Exposition& exposition, HostMoment const& moment) {
   }
 }
 
-void addCounters(Exposition& exposition, std::map<std::string, unsigned long long> counters) {
-  counters.try_emplace("wd_proc_count", 0);
+void addCounters(Exposition& exposition,
+                 std::map<std::string, unsigned long long> const& counters) {
   for (auto const& [name, value] : counters) {
     exposition.add({counterMetricName(name),
                     "External counter \"" + labelText(name) + "\" of the framework.",

@@ -23,4 +23,4 @@ void addHost(Exposition& exposition, HostMoment const& moment);
 
 /// Adds the external counters, each as a metric of its own. "wd_proc_count" is among
 /// them even before it is first incremented.
-void addCounters(Exposition& exposition, std::map<std::string, unsigned long long> counters);
+void addCounters(Exposition& exposition, std::map<std::string, unsigned long long> const& counters);

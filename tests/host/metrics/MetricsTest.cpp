@@ -75,7 +75,7 @@ class MetricsText : public testing::Test {
 
   WatchView fView;
   const std::shared_ptr<RecordJournal> fJournal = std::make_shared<RecordJournal>();
-  std::map<std::string, unsigned long long> fCounters;
+  std::map<std::string, unsigned long long> fCounters{{"wd_proc_count", 0}};
   RestartState fRestarts{
       {{{std::chrono::sys_seconds(seconds(1'600'000'000)), {}, ""}, ""}}, {}, 1, 3};
 };
