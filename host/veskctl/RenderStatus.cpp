@@ -95,7 +95,7 @@ std::string head(Json const& status, View const& view) {
 
 /// What counts, and of how many if that is not all; all of them where nobody counts.
 std::string instancesOf(Json const& entry) {
-  const std::string all = countOf(entry, "instances");
+  std::string all = countOf(entry, "instances");
   if (!numberOf(entry, "counted")) return all;
   const std::string counts = countOf(entry, "counted");
   return counts == all ? counts : counts + '/' + all;
