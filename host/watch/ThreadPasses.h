@@ -20,8 +20,9 @@ struct ActUnderWay {
   bool isPretended = false;  ///< a dry run holds it back
 };
 
-/// What one thread asks for, one pass after another: a name asked for again, or a
-/// pause, begins the next pass.
+/// What one thread asks for, one pass after another: a name asked for again begins the
+/// next pass, and so does a look after a pause, unless it is for a name that is still
+/// missing in this pass. A pause alone may be a log line that waits to be written.
 struct ThreadPass {
   static constexpr std::chrono::microseconds kPause{250'000};
   static constexpr std::size_t kMostNames = 4096;
@@ -37,12 +38,16 @@ struct ThreadPass {
   std::set<std::string> names;  ///< asked for in this pass
   std::chrono::microseconds begun{0};
   std::chrono::microseconds ended{0};  ///< of the last call
-  bool isOpen = false;                 ///< a pass that was not closed yet
+  bool isOpen = false;                 ///< a pass was begun
   std::size_t knownNames = 0;          ///< how many entries its last whole pass asked for
   ActUnderWay act;
 
-  bool isNext(std::string const& name, std::chrono::microseconds now) const {
-    return !isOpen || now - ended > kPause || names.size() >= kMostNames || names.contains(name);
+  bool isSpent(std::string const& name) const {
+    return !isOpen || names.size() >= kMostNames || names.contains(name);
+  }
+  /// As far as can be seen, the pass is over.
+  bool isIdle(std::chrono::microseconds now) const {
+    return isOpen && !isInCall && now - ended > kPause;
   }
 };
 

@@ -1,15 +1,6 @@
 #include "host/watch/WatchBoard.h"
 
-#include <algorithm>
 #include <utility>
-
-namespace {
-
-std::chrono::milliseconds inMs(std::chrono::microseconds time) {
-  return std::chrono::floor<std::chrono::milliseconds>(time);
-}
-
-}  // namespace
 
 WatchBoard::WatchBoard(std::shared_ptr<RecordJournal> journal,
                        std::shared_ptr<IWatchClock const> clock)
@@ -32,7 +23,9 @@ WatchBoard::Watched& WatchBoard::entryOf(std::string const& name) {
 void WatchBoard::put(EntrySettings settings) {
   const std::lock_guard lock(fMutex);
   Watched& entry = entryOf(settings.name);
+  if (!entry.mirror.isKnown()) entry.knownSince = fPass.count;
   entry.mirror.put(std::move(settings));
+  entry.isContradicted = false;
   entry.putIn = fPass.count;
 }
 
@@ -46,7 +39,9 @@ void WatchBoard::drop(std::string const& name) {
 
 void WatchBoard::beginAnew() {
   const std::lock_guard lock(fMutex);
-  closeIdlePass();
+  fPass = passAt(fClock->monotonic());
+  fPass.isUnderWay = false;
+  fPass.underWay = {};
   fThreads.clear();
   fTurn = nullptr;
   fLastWholePass = 0;  // who was left out of a pass that was cut short is not missed
@@ -55,70 +50,35 @@ void WatchBoard::beginAnew() {
 
 std::vector<std::string> WatchBoard::doubtful() const {
   const std::lock_guard lock(fMutex);
-  closeIdlePass();
+  const auto last = lastWholePass(fClock->monotonic());
   std::vector<std::string> names;
   for (auto const& [name, entry] : fEntries) {
-    const bool isMissed = fLastWholePass > entry.putIn && entry.lookedForIn < fLastWholePass;
-    if (!entry.mirror.isKnown() || isMissed) names.push_back(name);
+    if (entry.isForgotten(last)) continue;
+    const bool isMissed = last > entry.putIn && entry.lookedForIn < last;
+    if (!entry.mirror.isKnown() || entry.isContradicted || isMissed) names.push_back(name);
   }
   return names;
 }
 
 WatchView WatchBoard::view() const {
   const std::lock_guard lock(fMutex);
-  closeIdlePass();
   const auto now = fClock->monotonic();
-  WatchView view{fDryRun.all, fGlobals, fPass, {}};
-  if (ThreadPass const* pass = fThreads.leader(); pass != nullptr && pass->isInCall) {
-    view.pass.isUnderWay = true;
-    view.pass.underWay = now - pass->begun;
-  }
+  const auto last = lastWholePass(now);
+  WatchView view{fDryRun.all, fGlobals, passAt(now), {}};
   view.entries.reserve(fEntries.size());
   for (auto const& [name, entry] : fEntries) {
-    view.entries.push_back(entry.mirror.view(inMs(now)));
+    if (entry.isForgotten(last)) continue;
+    view.entries.push_back(viewOf(entry, now));
     view.entries.back().settings.dryRun = fDryRun.all || fDryRun.names.contains(name);
   }
   return view;
 }
 
-void WatchBoard::beginPass(ThreadPass& pass, std::chrono::microseconds now) {
-  if (pass.isOpen) closePass(pass, now);
-  pass.names.clear();
-  pass.begun = now;
-  pass.isOpen = true;
-  if (!isWatchdog(pass)) return;
-  ++fPass.count;
-  fPass.begunAt = fClock->wall();
-}
-
-void WatchBoard::closePass(ThreadPass& pass, std::chrono::microseconds now) const {
-  constexpr unsigned int kSamples = 5;
-  constexpr std::chrono::seconds kLeast{10};
-  pass.isOpen = false;
-  pass.knownNames = static_cast<std::size_t>(std::ranges::count_if(fEntries, [&](auto const& each) {
-    return each.second.mirror.isKnown() && pass.names.contains(each.first);
-  }));
-  if (isWatchdog(pass)) closeWatchdogPass(pass);
-  const std::chrono::seconds samples{static_cast<long long>(kSamples) * fGlobals.sampleTime};
-  fThreads.elect(pass, now, std::max(kLeast, samples));
-}
-
-void WatchBoard::closeWatchdogPass(ThreadPass const& pass) const {
-  fPass.last = pass.ended - pass.begun;
-  fPass.longest = std::max(fPass.longest, fPass.last);
-  fLastWholePass = fPass.count;
-  fTurn = nullptr;
-  for (auto& [name, entry] : fEntries) entry.mirror.settle();
-  // What nobody put and nobody looks for any more was never an entry.
-  std::erase_if(fEntries, [this](auto const& each) {
-    return !each.second.mirror.isKnown() && each.second.lookedForIn < fLastWholePass;
-  });
-}
-
-/// A pass that is over shows only by the pause after it.
-void WatchBoard::closeIdlePass() const {
-  ThreadPass* pass = fThreads.leader();
-  if (pass == nullptr || !pass->isOpen || pass->isInCall) return;
-  const auto now = fClock->monotonic();
-  if (now - pass->ended > ThreadPass::kPause) closePass(*pass, now);
+EntryView WatchBoard::viewOf(Watched const& entry, std::chrono::microseconds now) const {
+  const auto nowInMs = std::chrono::floor<std::chrono::milliseconds>(now);
+  if (&entry != fTurn || !isPassOver(now)) return entry.mirror.view(nowInMs);
+  // The pass may still go on, so the entry's turn itself is left as it is.
+  EntryMirror settled = entry.mirror;
+  settled.settle();
+  return settled.view(nowInMs);
 }

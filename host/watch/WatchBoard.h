@@ -44,7 +44,9 @@ class WatchBoard {
   void beginAnew();
 
   /// Names that are looked for but were never put, and names that were put but not
-  /// looked for in the last whole pass: somebody else added or removed them.
+  /// looked for in the last whole pass: somebody else added or removed them. Also names
+  /// for which something was done or published that their settings give no reason for,
+  /// until they are put again: somebody else changed the settings.
   std::vector<std::string> doubtful() const;
 
   WatchView view() const;
@@ -57,7 +59,7 @@ class WatchBoard {
 
   /// Why the calling thread has the operating system restarted, for the record of
   /// restarts; empty where that cannot be told.
-  std::string causeOfRestart() const;
+  std::string causeOfRestart();
 
   // What goes by, told on the thread that calls. Nothing here fails: what memory does
   // not suffice for is not noted.
@@ -94,16 +96,32 @@ class WatchBoard {
     EntryMirror mirror;
     std::uint64_t lookedForIn = 0;  ///< number of the pass
     std::uint64_t putIn = 0;        ///< likewise
+    std::uint64_t knownSince = 0;   ///< number of the pass in which it was first put
+    bool isContradicted = false;    ///< something was done for it without a reason
+
+    void noteReason(std::string const& reason) {
+      if (reason.empty() && mirror.isKnown()) isContradicted = true;
+    }
+
+    /// What nobody put and nobody looks for any more was never an entry.
+    bool isForgotten(std::uint64_t lastWholePass) const {
+      return !mirror.isKnown() && lookedForIn < lastWholePass;
+    }
   };
   using Watch = std::map<std::string, Watched>;
 
   Watched& entryOf(std::string const& name);
   Watched* turnOf(ThreadPass const& pass);
+  void endTurn() noexcept;
   bool isHeldBack(ThreadPass const* pass) const noexcept;
+  bool isStillToLookFor(ThreadPass const& pass, std::string const& name) const;
   void beginPass(ThreadPass& pass, std::chrono::microseconds now);
-  void closePass(ThreadPass& pass, std::chrono::microseconds now) const;
-  void closeWatchdogPass(ThreadPass const& pass) const;
-  void closeIdlePass() const;
+  void closePass(ThreadPass& pass, std::chrono::microseconds now);
+  void sumUp(ThreadPass& pass);
+  bool isPassOver(std::chrono::microseconds now) const;
+  PassView passAt(std::chrono::microseconds now) const;
+  std::uint64_t lastWholePass(std::chrono::microseconds now) const;
+  EntryView viewOf(Watched const& entry, std::chrono::microseconds now) const;
   bool isWatchdog(ThreadPass const& pass) const { return fThreads.leader() == &pass; }
   template <class Judge>
   void beginAct(RecordKind kind, std::optional<unsigned int> pid, Judge&& judge) noexcept;
@@ -116,13 +134,13 @@ class WatchBoard {
   const std::shared_ptr<RecordJournal> fJournal;
   const std::shared_ptr<IWatchClock const> fClock;
 
-  // The lock guards what follows. Reading closes the pass that is over.
+  // The lock guards what follows.
   mutable std::mutex fMutex;
   GlobalSettings fGlobals;
   DryRun fDryRun;
-  mutable Watch fEntries;
-  mutable ThreadPasses fThreads;
-  mutable Watched* fTurn = nullptr;  ///< the entry that the watchdog last looked for
-  mutable PassView fPass;            ///< of the watchdog, without what changes by itself
-  mutable std::uint64_t fLastWholePass = 0;
+  Watch fEntries;
+  ThreadPasses fThreads;
+  Watched* fTurn = nullptr;  ///< the entry that the watchdog last looked for
+  PassView fPass;            ///< of the watchdog, without what changes by itself
+  std::uint64_t fLastWholePass = 0;
 };

