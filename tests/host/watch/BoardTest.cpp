@@ -102,13 +102,16 @@ TEST_F(Board, ShowsThePassesOfWhoeverAsksForMostEntries) {
 TEST_F(Board, FollowsANewWatchdogFromItsFirstLookOn) {
   put("a");
   put("b");
-  std::thread([&] { look({"a", "b"}); }).join();
-  board->beginAnew();
-  const WatchView between = board->view();
+  WatchView between;
+  std::thread([&] {
+    look({"a", "b"});
+    board->beginAnew();
+    between = board->view();
+    std::thread([&] { look({"b"}); }).join();  // another thread, as the first is not over
+  }).join();
   EXPECT_EQ(between.pass.count, 1U);
   EXPECT_FALSE(between.entries[1].lookedAt);
   EXPECT_THAT(between.entries[1].instances, IsEmpty());
-  std::thread([&] { look({"b"}); }).join();
   EXPECT_EQ(board->view().pass.count, 2U);
   EXPECT_THAT(board->view().entries[1].instances, SizeIs(1));
   EXPECT_THAT(board->doubtful(), IsEmpty()) << "its first pass is not over";

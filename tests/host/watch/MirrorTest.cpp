@@ -5,6 +5,7 @@
 
 #include <random>
 #include <regex>
+#include <set>
 
 #include "framework/PUtils.h"
 #include "host/libvesk/Runtime.h"
@@ -84,7 +85,7 @@ class Mirror : public PluginFixture {
     settings.respawnLimit = watch.respawnLimit;
     settings.action = watch.action == restart ? "restart" : "terminate";
     fBoard->put(settings);
-    fNames.push_back(settings.name);
+    fNames.insert(settings.name);
   }
 
   void changeProcesses() {
@@ -98,7 +99,8 @@ class Mirror : public PluginFixture {
     }
   }
 
-  /// Of each reason in the records of acts: the entry, what is wrong, the numbers. The
+  /// Of each reason in the records of acts: the entry, what is wrong, the numbers that
+  /// are logged, which the number of samples is not. The
   /// acts on several instances are one; a start that follows its kill is left out.
   std::string recorded() {
     std::string all, last;
@@ -138,31 +140,84 @@ class Mirror : public PluginFixture {
     return log;
   }
 
+  void begin() {
+    start();
+    watch(L"again", {.on = "cr", .limit = 60, .action = restart, .respawnLimit = 3, .period = 2});
+    watch(L"both", {.on = "cm", .limit = 40, .action = terminate, .period = 3});
+    watch(L"cpu", {.on = "c", .limit = 50, .action = terminate, .period = 1});
+    // A limit that is always reached, so that the end of every window is logged.
+    watch(L"each", {.on = "c", .limit = 0, .action = terminate, .period = 3});
+    watch(L"number",
+          {.on = "imrdn", .limit = 2, .action = terminate, .respawnLimit = 1, .period = 4});
+  }
+
+  EntryView entryEach() const {
+    const auto entries = fBoard->view().entries;
+    const auto each = std::ranges::find(entries, "each", [](auto& e) { return e.settings.name; });
+    return each != entries.end() ? *each : EntryView{};
+  }
+
+  /// Holds the windows before and after a pass beside what was logged in it.
+  void compareWindows(EntryView const& before, EntryView const& after,
+                      std::chrono::milliseconds duration, std::string const& log) {
+    constexpr std::chrono::seconds kPeriod{3};
+    for (InstanceView const& was : before.instances) {
+      const auto is = std::ranges::find(after.instances, was.pid, &InstanceView::pid);
+      if (is == after.instances.end()) continue;
+      const auto [samples, age, average, memory] = was.window;
+      std::smatch match;
+      const std::regex line(fmt::format("average=(\\d+), .* `each', pid {}'", was.pid));
+      if (std::regex_search(log, match, line)) {
+        ++fWindowsOver;
+        EXPECT_GE(age + duration, kPeriod);
+        EXPECT_EQ(is->window.samples, 0U);
+        // The average is rounded down, so its sum is known to within the samples.
+        const auto sum = std::stoul(match[1]) * (samples + 1);
+        const auto least = average * samples + is->cpuPercent.value_or(0);
+        EXPECT_GT(sum + samples + 1, least);
+        EXPECT_LT(sum, least + samples);
+      } else if (is->window.samples > 1) {  // else another's window has ended it
+        EXPECT_LT(age, kPeriod);
+        EXPECT_EQ(is->window.samples, samples + 1);
+        EXPECT_EQ(is->window.age, age + duration);
+      }
+    }
+  }
+
   std::shared_ptr<RandomUtilities> fUtilities = std::make_shared<RandomUtilities>();
   std::shared_ptr<RecordJournal> fJournal = std::make_shared<RecordJournal>();
   std::shared_ptr<WatchBoard> fBoard =
       std::make_shared<WatchBoard>(fJournal, std::make_shared<TickClock>());
-  std::vector<std::string> fNames;
+  std::set<std::string> fNames;
   std::uint64_t fNext = 1;
+  std::size_t fWindowsOver = 0;
 };
 
-TEST_F(Mirror, GivesTheReasonsThatTheWatchdogHas) {
-  start();
-  watch(L"again", {.on = "cr", .limit = 60, .action = restart, .respawnLimit = 3, .period = 2});
-  watch(L"both", {.on = "cm", .limit = 40, .action = terminate, .period = 3});
-  watch(L"cpu", {.on = "c", .limit = 50, .action = terminate, .period = 1});
-  watch(L"number",
-        {.on = "imrdn", .limit = 2, .action = terminate, .respawnLimit = 1, .period = 4});
+TEST_F(Mirror, HasTheWindowsAndTheReasonsThatTheWatchdogHas) {
+  begin();
   std::size_t compared = 0;
   for (int pass = 0; pass < 400; ++pass) {
+    if (pass == 200) {
+      end();
+      fBoard->beginAnew();
+      fPlugin = veskGetPlugin();
+      begin();
+    }
     changeProcesses();
-    const std::string log = tickAfter(800 + fUtilities->below(400), "info");
+    now += 800 + fUtilities->below(400);
+    const EntryView before = entryEach();
+    const auto begun = now;
+    const std::string log = tickAfter(0, "info");
     const std::string said = logged(log);
     ASSERT_EQ(recorded(), said) << "pass " << pass << log;
+    compareWindows(before, entryEach(), std::chrono::milliseconds(now - begun), log);
+    ASSERT_FALSE(HasFailure()) << "pass " << pass << log;
     compared += static_cast<std::size_t>(std::ranges::count(said, '\n'));
   }
   EXPECT_GT(compared, 500U);
+  EXPECT_GT(fWindowsOver, 50U);
   EXPECT_EQ(fBoard->view().pass.count, 400U);
+  EXPECT_THAT(fBoard->doubtful(), testing::IsEmpty());
 }
 
 }  // namespace
