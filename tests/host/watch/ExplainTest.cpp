@@ -71,4 +71,28 @@ high: end process 99 at the next sample, and nothing can be started again: no ex
   EXPECT_EQ(explain(entry, {}).nextAct, "nothing: its processes cannot be listed (result -13)");
 }
 
+TEST(Explain, ReckonsWithWindowsOfOthersThatAreOverBefore) {
+  EntryView entry = sampled();
+  entry.settings.action = "terminate";
+  entry.instances[0].window.cpuAverage = 90;
+  InstanceView other = entry.instances[0];
+  other.pid = 100;
+  other.window.age += std::chrono::milliseconds(9);
+  other.window.cpuAverage = 0;
+  entry.instances.push_back(other);
+  const std::string act = "end process 99 when the window is over, in ";
+  EXPECT_EQ(explain(entry, {}).nextAct, act + "1.0 s at the soonest, if the average stays")
+      << "both began in one pass, in which 99 came first";
+  entry.instances[0].window.age = std::chrono::milliseconds(4);
+  EXPECT_EQ(explain(entry, {}).nextAct,
+            act +
+                "6.0 s at the soonest, if the average stays; its window begins anew when that "
+                "of process 100 is over, in 1.0 s");
+  entry.instances.push_back(entry.instances[1]);
+  EXPECT_EQ(explain(entry, {}).nextAct,
+            act +
+                "11.0 s at the soonest, if the average stays; its window begins anew when that "
+                "of process 100 is over, in 1.0 s, and then when 1 other window is");
+}
+
 }  // namespace
