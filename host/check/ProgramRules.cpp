@@ -71,8 +71,14 @@ void checkPeriod(KeyTable& program, GlobalSwitches const& globals) {
 }
 
 void checkName(KeyTable& program) {
-  if (program.text("name")->empty()) {
+  constexpr std::size_t kLongestFileName = 255;
+  std::string const& name = *program.text("name");
+  if (name.empty()) {
     program.warnAtValue("name", "the name is empty: no process is ever found");
+  } else if (name.size() > kLongestFileName) {
+    program.warnAtValue("name", fmt::format("the name is longer than that of any file, which has "
+                                            "{} bytes at most: no program is found by it",
+                                            kLongestFileName));
   }
 }
 

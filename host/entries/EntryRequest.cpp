@@ -75,6 +75,9 @@ Lines wrongTypes(KeyTable const& program) {
   return lines;
 }
 
+/// No path is longer, and no sensible command line.
+constexpr std::size_t kLongestText = 4096;
+
 Lines wrongValues(KeyTable const& program) {
   Lines lines;
   for (WatchdogKey const& key : kProgramKeys) {
@@ -82,6 +85,8 @@ Lines wrongValues(KeyTable const& program) {
         program.entry(key.name) != nullptr ? &program.entry(key.name)->value.content : nullptr);
     if (text != nullptr && text->find('\0') != std::string::npos) {
       lines.push_back(fmt::format("`{}' has a null in it", key.name));
+    } else if (text != nullptr && text->size() > kLongestText) {
+      lines.push_back(fmt::format("`{}' is longer than {} bytes", key.name, kLongestText));
     } else if (const auto fault = faultOf(program, key)) {
       lines.push_back(fault->what);
     }
