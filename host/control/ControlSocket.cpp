@@ -8,9 +8,10 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -43,16 +44,51 @@ bool isAt(std::string const& path, struct stat& status) {
   return ::lstat(path.c_str(), &status) == 0;
 }
 
-/// Keeps hosts that start at the same time from taking each other's socket for a
-/// dead one.
-std::optional<std::string> lockFolder(std::string const& path, UniqueFd& folder) {
-  const std::string parent = std::filesystem::path(path).parent_path();
-  folder = UniqueFd(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder) return fmt::format("its folder cannot be opened: {}", lastError());
-  if (::flock(folder.get(), LOCK_EX | LOCK_NB) == 0) return std::nullopt;
-  return errno == EWOULDBLOCK ? "its folder is locked: another host is starting"
-                              : fmt::format("its folder cannot be locked: {}", lastError());
+bool isSame(struct stat const& one, struct stat const& other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
+
+/// Keeps hosts that start at the same time from taking each other's socket for a
+/// dead one. A file that nobody else may open, and of one socket alone: whatever
+/// others can open, they can lock.
+class StartLock {
+ public:
+  explicit StartLock(std::string const& socket) : fPath(socket + ".lock") {}
+  ~StartLock() {
+    if (fFile) ::unlink(fPath.c_str());
+  }
+  StartLock(StartLock const&) = delete;
+  StartLock& operator=(StartLock const&) = delete;
+
+  /// Waits a second at most for a host that is starting. @return why it is not had.
+  std::optional<std::string> take() {
+    constexpr std::chrono::milliseconds kPause{10};
+    for (int turn = 0; turn < 100; ++turn) {
+      UniqueFd file(::open(fPath.c_str(), kHow, S_IRUSR | S_IWUSR));
+      if (!file) return fmt::format("{} cannot be opened: {}", fPath, lastError());
+      struct stat status {};
+      if (::fstat(file.get(), &status) != 0) return lastError();
+      const bool isOurs = S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+      if (!isOurs || status.st_size > 0) return fmt::format("{} is not a lock of ours", fPath);
+      if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+        // Whoever had it before may have removed it meanwhile.
+        struct stat named {};
+        if (!isAt(fPath, named) || !isSame(status, named)) continue;
+        fFile = std::move(file);
+        return std::nullopt;
+      }
+      if (errno != EWOULDBLOCK) return fmt::format("{} cannot be locked: {}", fPath, lastError());
+      std::this_thread::sleep_for(kPause);
+    }
+    return fmt::format("{} is locked: another host is starting", fPath);
+  }
+
+ private:
+  static constexpr int kHow = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
+  const std::string fPath;
+  UniqueFd fFile;
+};
 
 /// Removes what a dead host left behind. @return why the place is not free.
 std::optional<std::string> clear(std::string const& path) {
@@ -124,8 +160,8 @@ std::unique_ptr<ControlSocket> ControlSocket::open(ControlSettings const& settin
   if (path.size() > kLongestSocketPath) {
     return fail(fmt::format("the path is longer than {} bytes", kLongestSocketPath));
   }
-  UniqueFd folder;
-  if (const auto why = lockFolder(path, folder)) return fail(*why);
+  StartLock lock(path);
+  if (const auto why = lock.take()) return fail(*why);
   if (const auto why = clear(path)) return fail(*why);
   UniqueFd socket = newSocket();
   if (!socket) return fail(lastError());
