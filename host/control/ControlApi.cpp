@@ -18,7 +18,14 @@ std::chrono::steady_clock::time_point hostStart(WallTime startedAt) {
 ControlApi::ControlApi(ControlSources sources)
     : fSources(std::move(sources)),
       fProcesses(fSources.procRoot),
-      fHostStart(hostStart(fSources.facts.startedAt)) {}
+      fHostStart(hostStart(fSources.facts.startedAt)),
+      fMetrics(fSources.metrics, fSources.now) {}
+
+int ControlApi::match(std::string const& name, std::optional<unsigned int> asker,
+                      NameMatches& matches) const {
+  const std::lock_guard lock(fMatching);
+  return matchName(fProcesses, name, asker, matches);
+}
 
 std::chrono::milliseconds ControlApi::uptime() const {
   return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -

@@ -8,6 +8,7 @@
 #include "host/control/EventStream.h"
 #include "host/control/JsonViews.h"
 #include "host/control/NameMatch.h"
+#include "host/control/RequestBody.h"
 #include "host/control/Routes.h"
 
 using nlohmann::json;
@@ -29,7 +30,7 @@ HttpAnswer counters(ApiCall const& call) {
 HttpAnswer metrics(ApiCall const& call) {
   HttpAnswer answer;
   answer.type = "text/plain; version=0.0.4";
-  answer.body = call.api.sources().metrics();
+  answer.body = call.api.metrics();
   return answer;
 }
 
@@ -71,41 +72,29 @@ HttpAnswer explanation(ApiCall const& call) {
   });
 }
 
-/// More than any entry has; what is nested deeper would cost stack to copy.
-constexpr int kDeepest = 8;
-
 HttpAnswer add(ApiCall const& call) {
-  bool isTooDeep = false;
-  const auto measure = [&isTooDeep](int depth, json::parse_event_t /*event*/, json& /*parsed*/) {
-    isTooDeep = isTooDeep || depth > kDeepest;
-    return !isTooDeep;
-  };
-  try {
-    const json body = json::parse(call.request.body, measure);
-    if (!isTooDeep && body.is_object()) {
-      return answerOf(call.api.sources().changes->add(body), 201);
-    }
-    return refuse(Code::badRequest, "the body is not an object, or nested too deeply");
-  } catch (json::parse_error const& error) {
-    // Without the library's own number of it, which is in brackets.
-    const std::string_view what = error.what();
-    return refuse(Code::badRequest,
-                  fmt::format("the body is not JSON: {}", what.substr(what.find("] ") + 2)));
-  }
+  const ApiResult body = readObject(call.request.body);
+  auto const* settings = std::get_if<json>(&body);
+  if (settings == nullptr) return answerOf(body);
+  return answerOf(call.api.sources().changes->add(*settings), 201);
 }
 
 HttpAnswer remove(ApiCall const& call) {
+  if (auto wrong = refuseBody(call.request.body)) return answerOf(*wrong);
   return answerOf(call.api.sources().changes->remove(call.name));
 }
 
-HttpAnswer reload(ApiCall const& call) { return answerOf(call.api.sources().changes->reload()); }
+HttpAnswer reload(ApiCall const& call) {
+  if (auto wrong = refuseBody(call.request.body)) return answerOf(*wrong);
+  return answerOf(call.api.sources().changes->reload());
+}
 
 HttpAnswer match(ApiCall const& call) {
   const auto name = call.query.find("name");
   if (name == call.query.end()) return refuse(Code::badRequest, "the argument `name' is missing");
   if (name->second.empty()) return refuse(Code::badValue, "`name' is empty");
   NameMatches matches;
-  const int res = matchName(call.api.processes(), name->second, call.request.client, matches);
+  const int res = call.api.match(name->second, call.request.client, matches);
   if (res != 0) {
     return refuse(Code::internal, fmt::format("the process table cannot be read: {}", res));
   }
@@ -141,8 +130,10 @@ HttpAnswer follow(ApiCall const& call, std::optional<std::uint64_t> from) {
   auto const& journal = call.api.sources().journal;
   HttpAnswer answer;
   answer.type = "application/x-ndjson";
-  answer.stream = [stream = EventStream(journal, from.value_or(journal->next()))](
-                      std::string& text) mutable { return stream.next(text); };
+  answer.stream = [stream = EventStream(journal, from.value_or(journal->next()),
+                                        call.api.sources().now)](std::string& text) mutable {
+    return stream.next(text);
+  };
   return answer;
 }
 

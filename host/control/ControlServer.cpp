@@ -1,10 +1,18 @@
 #include "host/control/ControlServer.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/control/MetricsSocket.h"
 #include "host/control/Routes.h"
+
+namespace {
+
+/// Anyone may connect, but two collectors are many.
+constexpr unsigned int kMetricsConnections = 8;
+
+}  // namespace
 
 ControlServer::ControlServer(ControlSources sources, std::shared_ptr<spdlog::logger> log)
     : fApi(std::move(sources)), fLog(std::move(log)) {}
@@ -36,9 +44,10 @@ bool ControlServer::openControl(ControlSettings const& settings, HttpLimits cons
   return true;
 }
 
-bool ControlServer::openMetrics(ControlSettings const& settings, HttpLimits const& limits,
+bool ControlServer::openMetrics(ControlSettings const& settings, HttpLimits limits,
                                 std::string& cause) {
   if (settings.metricsAddress.empty()) return true;
+  limits.connections = std::min(limits.connections, kMetricsConnections);
   UniqueFd socket = openMetricsSocket(settings.metricsAddress, cause);
   if (!socket) return false;
   fMetrics = HttpListener::start(std::move(socket), limits, guarded(&ControlApi::answerMetricsOnly),

@@ -31,7 +31,7 @@ class ControlServer {
   ControlServer(ControlSources sources, std::shared_ptr<spdlog::logger> log);
 
   bool openControl(ControlSettings const& settings, HttpLimits const& limits, std::string& cause);
-  bool openMetrics(ControlSettings const& settings, HttpLimits const& limits, std::string& cause);
+  bool openMetrics(ControlSettings const& settings, HttpLimits limits, std::string& cause);
 
   /// A handler that logs what should not have happened.
   HttpListener::Handler guarded(HttpAnswer (ControlApi::*answer)(HttpRequest const&) const) const;

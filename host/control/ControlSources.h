@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -31,4 +32,7 @@ struct ControlSources {
   std::function<std::string()> metrics;  ///< in the text format of Prometheus
   std::shared_ptr<IChanges> changes;
   std::string procRoot = "/proc";
+
+  /// The clock that nobody sets.
+  std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
 };

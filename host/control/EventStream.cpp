@@ -15,8 +15,12 @@ constexpr std::chrono::seconds kPatience{1};
 
 }  // namespace
 
-EventStream::EventStream(std::shared_ptr<RecordJournal const> journal, std::uint64_t from)
-    : fJournal(std::move(journal)), fFrom(std::min(from, fJournal->next())) {}
+EventStream::EventStream(std::shared_ptr<RecordJournal const> journal, std::uint64_t from,
+                         Clock now)
+    : fJournal(std::move(journal)),
+      fNow(std::move(now)),
+      fFrom(std::min(from, fJournal->next())),
+      fSpokeAt(fNow()) {}
 
 bool EventStream::next(std::string& text) {
   const bool isLast = fJournal->isClosed();
@@ -24,7 +28,7 @@ bool EventStream::next(std::string& text) {
   fFrom = batch.next;
   if (batch.missed > 0) text += textOf({{"missed", batch.missed}}) + "\n";
   for (WatchRecord const& record : batch.records) text += textOf(recordJson(record)) + "\n";
-  const auto now = std::chrono::steady_clock::now();
+  const auto now = fNow();
   if (text.empty() && now - fSpokeAt >= kSilence) text += '\n';
   if (!text.empty()) fSpokeAt = now;
   return !text.empty() || !isLast;

@@ -19,8 +19,12 @@ constexpr std::size_t kStackBytes = std::size_t{256} * 1024;
 constexpr std::size_t kPieceBytes = 4096;
 
 /// Answered where there is no memory for an answer.
-constexpr std::string_view kUnavailable =
+constexpr std::string_view kOutOfMeans =
     R"({"error":{"code":"unavailable","text":"the host is out of means"}})"
+    "\n";
+
+constexpr std::string_view kTooManyStreams =
+    R"({"error":{"code":"unavailable","text":"too many streams"}})"
     "\n";
 
 int socketOf(MHD_Connection* connection) {
@@ -59,11 +63,11 @@ MHD_Result queue(MHD_Connection* connection, unsigned int status, MHD_Response* 
 }
 
 /// Not a matter of memory that the answer would need.
-MHD_Result queueUnavailable(MHD_Connection* connection) {
+MHD_Result queueUnavailable(MHD_Connection* connection, std::string_view json) {
   // The library takes it as changeable, but changes nothing of this kind.
-  auto* text = const_cast<char*>(kUnavailable.data());
+  auto* text = const_cast<char*>(json.data());
   MHD_Response* response =
-      MHD_create_response_from_buffer(kUnavailable.size(), text, MHD_RESPMEM_PERSISTENT);
+      MHD_create_response_from_buffer(json.size(), text, MHD_RESPMEM_PERSISTENT);
   if (response != nullptr) {
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
   }
@@ -83,9 +87,17 @@ struct HttpListener::Callbacks {
 
   /// An answer without an end that is going out.
   struct Outgoing {
-    HttpListener* self;
-    int socket;
-    HttpStream stream;
+    Outgoing(HttpListener& listener, int connection, HttpStream source)
+        : self(listener), socket(connection), stream(std::move(source)) {
+      ++self.fStreams;
+    }
+    ~Outgoing() { --self.fStreams; }
+    Outgoing(Outgoing const&) = delete;
+    Outgoing& operator=(Outgoing const&) = delete;
+
+    HttpListener& self;
+    const int socket;
+    const HttpStream stream;
     std::string text;
     std::size_t sent = 0;
   };
@@ -134,8 +146,7 @@ struct HttpListener::Callbacks {
         // An answer at once, for it would be a waste of time to let it come.
         if (!incoming->request.isTooLarge) return MHD_YES;
       } else if (isPart) {
-        take(listener.fLimits, incoming->request, {part, std::exchange(*size, 0)});
-        return MHD_YES;
+        return take(listener.fLimits, incoming->request, {part, std::exchange(*size, 0)});
       }
       if (!std::exchange(incoming->isBeingAnswered, true)) {
         const std::lock_guard lock(listener.fMutex);
@@ -143,13 +154,16 @@ struct HttpListener::Callbacks {
       }
       return answer(listener, incoming->request, connection);
     } catch (std::exception const&) {
-      return isPart ? MHD_NO : queueUnavailable(connection);
+      return isPart ? MHD_NO : queueUnavailable(connection, kOutOfMeans);
     }
   }
 
-  static void take(HttpLimits const& limits, HttpRequest& request, std::string_view part) {
-    request.isTooLarge = request.isTooLarge || request.body.size() + part.size() > limits.bodyBytes;
-    request.isTooLarge ? request.body.clear() : void(request.body.append(part));
+  /// Cuts the connection where more comes than is taken: nothing can be answered before
+  /// the end of a body, and it may have none.
+  static MHD_Result take(HttpLimits const& limits, HttpRequest& request, std::string_view part) {
+    if (request.body.size() + part.size() > limits.bodyBytes) return MHD_NO;
+    request.body.append(part);
+    return MHD_YES;
   }
 
   static MHD_Result answer(HttpListener& self, HttpRequest& request, MHD_Connection* connection) {
@@ -157,10 +171,19 @@ struct HttpListener::Callbacks {
     request.client = clientOf(socket);
     self.fDeadlines.lift(socket);
     HttpAnswer answer = self.fHandler(request);
+    std::unique_ptr<Outgoing> outgoing;
+    if (answer.stream) {
+      outgoing = std::make_unique<Outgoing>(self, socket, std::move(answer.stream));
+    }
+    // Counted before it is compared, so that two at once do not both take the last place.
+    if (outgoing != nullptr && self.fStreams > self.fLimits.streams) {
+      self.fDeadlines.begin(socket);
+      return queueUnavailable(connection, kTooManyStreams);
+    }
     MHD_Response* response =
-        answer.stream ? streamed(self, socket, std::move(answer.stream))
-                      : MHD_create_response_from_buffer(answer.body.size(), answer.body.data(),
-                                                        MHD_RESPMEM_MUST_COPY);
+        outgoing != nullptr ? streamed(std::move(outgoing))
+                            : MHD_create_response_from_buffer(
+                                  answer.body.size(), answer.body.data(), MHD_RESPMEM_MUST_COPY);
     self.fDeadlines.begin(socket);
     if (response == nullptr) return MHD_NO;
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, answer.type.c_str());
@@ -171,8 +194,7 @@ struct HttpListener::Callbacks {
     return queue(connection, answer.status, response);
   }
 
-  static MHD_Response* streamed(HttpListener& self, int socket, HttpStream stream) {
-    auto outgoing = std::make_unique<Outgoing>(Outgoing{&self, socket, std::move(stream), {}});
+  static MHD_Response* streamed(std::unique_ptr<Outgoing> outgoing) {
     MHD_Response* response = MHD_create_response_from_callback(
         MHD_SIZE_UNKNOWN, kPieceBytes, &onPiece, outgoing.get(), &onStreamEnd);
     if (response != nullptr) static_cast<void>(outgoing.release());
@@ -181,7 +203,7 @@ struct HttpListener::Callbacks {
 
   static ssize_t onPiece(void* state, std::uint64_t /*position*/, char* buffer, std::size_t size) {
     auto& outgoing = *static_cast<Outgoing*>(state);
-    Deadlines& deadlines = outgoing.self->fDeadlines;
+    Deadlines& deadlines = outgoing.self.fDeadlines;
     // Whoever asks for a piece has taken the one before.
     deadlines.lift(outgoing.socket);
     const bool isMore = fill(outgoing);
@@ -198,7 +220,7 @@ struct HttpListener::Callbacks {
       while (outgoing.sent == outgoing.text.size()) {
         outgoing.text.clear();
         outgoing.sent = 0;
-        if (outgoing.self->fIsStopping || isHungUp(outgoing.socket)) return false;
+        if (outgoing.self.fIsStopping || isHungUp(outgoing.socket)) return false;
         if (!outgoing.stream(outgoing.text)) return false;
       }
       return true;

@@ -18,6 +18,10 @@ struct MHD_Daemon;
 /// What clients may take of the host.
 struct HttpLimits {
   unsigned int connections = 64;
+
+  /// Of the connections, those that may carry an answer without an end; whoever
+  /// follows leaves room for whoever asks.
+  unsigned int streams = 32;
   std::size_t headBytes = std::size_t{32} * 1024;
   std::size_t bodyBytes = std::size_t{64} * 1024;
 
@@ -56,6 +60,7 @@ class HttpListener {
   const Handler fHandler;
   Deadlines fDeadlines;
   std::atomic<bool> fIsStopping = false;
+  std::atomic<unsigned int> fStreams = 0;
   MHD_Daemon* fDaemon = nullptr;
 
   std::mutex fMutex;  ///< guards what follows

@@ -9,7 +9,7 @@ struct HttpRequest {
   std::string method;
   std::string target;  ///< path and query, still percent-encoded
   std::string body;
-  bool isTooLarge = false;             ///< the body was not kept for its size
+  bool isTooLarge = false;             ///< the body did not come for its size
   std::optional<unsigned int> client;  ///< pid of the other end, where that can be known
 };
 

@@ -1,6 +1,10 @@
 #include "host/control/HttpTarget.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace {
 
@@ -30,17 +34,32 @@ std::string_view takeUpTo(char separator, std::string_view& text) {
   return taken;
 }
 
+/// Leaves "/path" of "http://host/path".
+std::string_view withoutAuthority(std::string_view target) {
+  const std::size_t slashes = target.find("://");
+  if (slashes == std::string_view::npos || target.find_first_of("/?") < slashes) return target;
+  target.remove_prefix(slashes + 3);
+  return target.substr(std::min(target.find_first_of("/?"), target.size()));
+}
+
+constexpr const char* kBadPercent = "a percent sign without two hexadecimal digits after it";
+
 }  // namespace
 
-std::optional<HttpTarget> parseTarget(std::string_view target) {
+std::optional<HttpTarget> parseTarget(std::string_view target, std::string& cause) {
+  const auto fail = [&cause](std::string why) {
+    cause = std::move(why);
+    return std::nullopt;
+  };
   HttpTarget parsed;
+  target = withoutAuthority(target);
   std::string_view path = takeUpTo('?', target);
   if (path.starts_with('/')) path.remove_prefix(1);
   // A slash at the end makes another path.
   for (bool isMore = true; isMore;) {
     isMore = path.find('/') != std::string_view::npos;
     auto part = decode(takeUpTo('/', path));
-    if (!part) return std::nullopt;
+    if (!part) return fail(kBadPercent);
     parsed.path.push_back(std::move(*part));
   }
   while (!target.empty()) {
@@ -48,8 +67,9 @@ std::optional<HttpTarget> parseTarget(std::string_view target) {
     if (argument.empty()) continue;
     auto name = decode(takeUpTo('=', argument));
     auto value = decode(argument);
-    if (!name || !value) return std::nullopt;
-    if (!parsed.query.emplace(std::move(*name), std::move(*value)).second) return std::nullopt;
+    if (!name || !value) return fail(kBadPercent);
+    const auto [place, isNew] = parsed.query.emplace(std::move(*name), std::move(*value));
+    if (!isNew) return fail(fmt::format("the argument `{}' is given twice", place->first));
   }
   return parsed;
 }

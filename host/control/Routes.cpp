@@ -83,11 +83,9 @@ HttpAnswer answerOf(ApiResult const& result, unsigned int status) {
 HttpAnswer answerBy(std::span<Route const> routes, ControlApi const& api,
                     HttpRequest const& request) {
   if (request.isTooLarge) return refuse(Code::tooLarge, "the body is too large");
-  auto target = parseTarget(request.target);
-  if (!target) {
-    return refuse(Code::badRequest,
-                  "a percent sign without two hexadecimal digits, or an argument given twice");
-  }
+  std::string cause;
+  auto target = parseTarget(request.target, cause);
+  if (!target) return refuse(Code::badRequest, std::move(cause));
   const bool isGet = request.method == "GET" || request.method == "HEAD";
   std::string name;
   std::string allowed;

@@ -2,6 +2,7 @@
 
 #include <future>
 
+#include "host/control/EventStream.h"
 #include "tests/host/control/ControlFixture.h"
 
 namespace {
@@ -10,6 +11,7 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Return;
 using testing::StartsWith;
+using namespace std::chrono_literals;
 using namespace std::string_literals;
 
 class ControlApiTest : public ControlFixture {};
@@ -31,10 +33,18 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
   proc.add(99, {"caf\xe9/x", 'T'});
   proc.add(98, {"other"});
   journal->append({0, WallTime{}, RecordKind::kill, "x", 5, std::nullopt, -3, true, "why"});
+  int scrapes = 0;
+  sources.metrics = [&scrapes] { return std::to_string(++scrapes); };
+  RestartState restarts;
+  restarts.past.emplace_back().cause = "x: cpu";
+  restarts.lastRefusal = {std::chrono::sys_seconds(9s), "too early"};
+  sources.restarts = [&restarts] { return restarts; };
   ASSERT_TRUE(open()) << cause;
   const json status = json::parse(bodyOf(ask("GET", "/v1/status")));
   EXPECT_EQ(status["started_at"], "1970-01-01T00:00:01.500Z");
   EXPECT_EQ(status["plugins"], json{"a.so"});
+  EXPECT_EQ(status["restarts"]["last_refusal"]["time"], "1970-01-01T00:00:09.000Z");
+  EXPECT_EQ(status["restarts"]["past"][0]["cause"], "x: cpu");
   EXPECT_EQ(status["entries"][0].dump(),
             R"({"action":"none","counted":null,"cpu_percent":3,"dry_run":false,"find_result":0,)"
             R"("health":"ok","instances":2,"memory_kib":2048,"name":"caf�/x"})");
@@ -46,7 +56,7 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
             R"("is_running":null,"memory_kib":null,"parent_pid":1,"pid":98,"state":null,)"
             R"("window":{"age_ms":0,"cpu_average":null,"memory_average":null,"samples":0}}])");
   EXPECT_EQ(entry["looked_at"], "1970-01-01T00:01:01.007Z");
-  EXPECT_EQ(json::parse(bodyOf(ask("GET", "/v1/entries")))["entries"], json{entry});
+  EXPECT_EQ(json::parse(bodyOf(ask("GET", "http://v:1/v1/entries")))["entries"], json{entry});
   const json why = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2Fx/explain")));
   EXPECT_EQ(why["checks"].size(), 5) << why;
   EXPECT_EQ(bodyOf(ask("GET", "/v1/events")),
@@ -55,6 +65,10 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
             R"("missed":0,"next":2})"
             "\n");
   EXPECT_THAT(ask("GET", "/metrics"), HasSubstr("Content-Type: text/plain; version=0.0.4\r\n"));
+  now += 999ms;
+  EXPECT_EQ(bodyOf(ask("GET", "/metrics")), "1");
+  now += 1ms;
+  EXPECT_EQ(bodyOf(ask("GET", "/metrics")), "2");
   const std::string head = ask("HEAD", "/v1/status");
   EXPECT_THAT(head, StartsWith("HTTP/1.1 200"));
   EXPECT_EQ(bodyOf(head), "");
@@ -70,15 +84,21 @@ TEST_F(ControlApiTest, RefusesWithTheCodeOfTheCause) {
   EXPECT_CALL(*changes, remove("a+b"))
       .WillRepeatedly(Return(ApiError{ApiError::Code::unavailable, "stopping"}));
   ASSERT_TRUE(open());
+  const std::string nested = R"({"a":)" + std::string(30'000, '[') + std::string(30'000, ']') + "}";
   const struct {
-    std::string method, target, body, status, code;
+    std::string method, target, body, status, code, text = "";
   } kCases[] = {
       {"GET", "/v1/events?limit=1x", "", "400", "bad_request"},
-      {"GET", "/v1/events?limit=1&limit=2", "", "400", "bad_request"},
+      {"GET", "/v1/events?limit=1&limit=2", "", "400", "bad_request", "`limit' is given twice"},
       {"GET", "/v1/events?follow=maybe", "", "400", "bad_request"},
-      {"GET", "/v1/entries/%4", "", "400", "bad_request"},
+      {"GET", "/v1/entries/%4", "", "400", "bad_request", "percent"},
       {"POST", "/v1/entries", "{", "400", "bad_request"},
-      {"POST", "/v1/entries", R"({"a":)" + std::string(60'000, '['), "400", "bad_request"},
+      {"POST", "/v1/entries", "[]", "400", "bad_request", "not an object"},
+      {"POST", "/v1/entries", nested, "400", "bad_request", "nested too deeply"},
+      {"POST", "/v1/entries", R"({"a":1e999})", "400", "bad_request", "the body has a number"},
+      {"POST", "/v1/entries", R"({"a":{"b":1,"b":2}})", "400", "bad_request", "`b' is given"},
+      {"POST", "/v1/reload", R"({"a":1})", "400", "bad_request", "no body"},
+      {"DELETE", "/v1/entries/a+b", "x", "400", "bad_request", "no body"},
       {"GET", "/v1/events?limt=1", "", "400", "unknown_field"},
       {"GET", "/v1/events?limit=1001", "", "400", "bad_value"},
       {"GET", "/v1/events?from=99999999999999999999", "", "400", "bad_value"},
@@ -90,12 +110,13 @@ TEST_F(ControlApiTest, RefusesWithTheCodeOfTheCause) {
       {"POST", "/v1/reload", "", "422", "refused"},
       {"POST", "/v1/entries", "{}", "500", "internal"},
       {"POST", "/v1/entries", R"({"memory":1})", "503", "unavailable"},
-      {"DELETE", "/v1/entries/a+b", "", "503", "unavailable"},
+      {"DELETE", "/v1/entries/a+b", "{}", "503", "unavailable"},
   };
-  for (auto const& [method, target, body, status, code] : kCases) {
+  for (auto const& [method, target, body, status, code, text] : kCases) {
     const std::string answer = ask(method, target, body);
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 " + status)) << method << " " << target;
     EXPECT_THAT(answer, HasSubstr("\"code\":\"" + code + "\"")) << method << " " << target;
+    EXPECT_THAT(answer, HasSubstr(text)) << method << " " << target;
   }
   EXPECT_THAT(ask("PUT", "/v1/entries"), HasSubstr("\r\nAllow: GET, HEAD, POST\r\n"));
 }
@@ -130,6 +151,13 @@ TEST_F(ControlApiTest, StreamsWhatComesAndTellsWhatIsLost) {
   EXPECT_THAT(coming.receive("would_have"), HasSubstr(R"("number":1031)"));
   server.reset();
   EXPECT_THAT(coming.receive(), testing::EndsWith("0\r\n\r\n"));
+  EventStream silent(journal, 9999, sources.now);
+  std::string text;
+  now += 14'999ms;
+  EXPECT_FALSE(silent.next(text));
+  now += 1ms;
+  EXPECT_TRUE(silent.next(text));
+  EXPECT_EQ(text, "\n");
 }
 
 TEST_F(ControlApiTest, SaysWhyANameDoesNotMatch) {
@@ -149,7 +177,8 @@ TEST_F(ControlApiTest, SaysWhyANameDoesNotMatch) {
                     {36, "swerve", "", 'S', 1},
                     {37, "vim", "vim\0a\0b\0serve.conf"s, 'S', 1},
                     {38, "pool", "", 'S', 2},
-                    {40, "unrelated", "", 'S', 1}};
+                    {40, "unrelated", "", 'S', 1},
+                    {static_cast<unsigned int>(::getpid()), "asker", "asker\0serve"s, 'S', 1}};
   for (auto const& [pid, comm, command, state, threads] : kProcesses) {
     proc.add(pid, {comm, state, 4, 0, threads, 100, 0, command});
   }

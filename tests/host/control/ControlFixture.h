@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string_view>
 
@@ -69,6 +70,10 @@ struct MockChanges : IChanges {
   MOCK_METHOD(ApiResult, reload, (), (override));
 };
 
+inline std::ptrdiff_t entriesOf(std::string const& folder) {
+  return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
 /// A server on made sources.
 class ControlFixture : public testing::Test {
  protected:
@@ -81,6 +86,7 @@ class ControlFixture : public testing::Test {
     sources.metrics = [] { return std::string("up 1\n"); };
     sources.changes = changes;
     sources.procRoot = proc.path();
+    sources.now = [this] { return now; };
     settings.socket = folder.path("socket");
   }
 
@@ -109,6 +115,7 @@ class ControlFixture : public testing::Test {
   FakeProc proc;
   TemporaryFolder folder;
   WatchView view;
+  std::chrono::steady_clock::time_point now{};
   std::shared_ptr<RecordJournal> journal = std::make_shared<RecordJournal>();
   std::shared_ptr<MockChanges> changes = std::make_shared<MockChanges>();
   ControlSources sources;

@@ -2,10 +2,10 @@
 
 #include <malloc.h>
 #include <netinet/in.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <filesystem>
 #include <random>
 
 #include "host/control/MetricsSocket.h"
@@ -20,10 +20,18 @@ class ControlSocketTest : public ControlFixture {};
 class HostileClientTest : public ControlFixture {};
 
 TEST_F(ControlSocketTest, TakesThePlaceOfADeadHostOnly) {
+  if (::geteuid() == 0) settings.owner = settings.group = "1";
+  // A lock that others can have, and one of a dead host.
+  const UniqueFd other(::open(folder.path("").c_str(), O_RDONLY));
+  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+  folder.makeFile("socket.lock", "");
   ASSERT_TRUE(open()) << cause;
+  EXPECT_EQ(entriesOf(folder.path("")), 1);
   struct stat status {};
   ASSERT_EQ(::lstat(settings.socket.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode, S_IFSOCK | 0660);
+  EXPECT_EQ(status.st_uid, settings.owner.empty() ? ::geteuid() : 1);
+  EXPECT_EQ(status.st_gid, settings.group.empty() ? ::getegid() : 1);
   auto first = std::move(server);
   EXPECT_FALSE(open());
   EXPECT_THAT(cause, HasSubstr("is another host running?"));
@@ -110,6 +118,8 @@ TEST_F(HostileClientTest, OutlivesThousandsOfConnections) {
   ::getrlimit(RLIMIT_NOFILE, &limit);
   limit.rlim_cur = limit.rlim_max;
   ::setrlimit(RLIMIT_NOFILE, &limit);
+  const auto threads = entriesOf("/proc/self/task");
+  const auto files = entriesOf("/proc/self/fd");
   ASSERT_TRUE(open());
   std::vector<RawClient> clients;
   while (clients.size() < 3000) {
@@ -119,15 +129,14 @@ TEST_F(HostileClientTest, OutlivesThousandsOfConnections) {
     if (client.error() == 0) clients.push_back(std::move(client));
   }
   EXPECT_GT(clients.size(), 500);
+  EXPECT_LE(entriesOf("/proc/self/task"), threads + 64 + 8);
+  EXPECT_LE(entriesOf("/proc/self/fd"), files + std::ssize(clients) + 64 + 8);
   clients.clear();
   EXPECT_TRUE(stillAnswers());
 }
 
 TEST_F(HostileClientTest, CutsWhoeverIsLateHoweverBusy) {
   ASSERT_TRUE(open(std::chrono::milliseconds(500)));
-  const RawClient endless(settings.socket);
-  endless.send("POST /v1/entries HTTP/1.1\r\nHost: v\r\nTransfer-Encoding: chunked\r\n\r\n");
-  while (endless.send("1000\r\n" + std::string(0x1000, ' ') + "\r\n")) continue;
   std::vector<RawClient> drippers;
   for (int i = 0; i < 64; ++i) drippers.emplace_back(settings.socket);
   const std::string head = "GET /v1/status HTTP/1.1\r\nX: " + std::string(30'000, 'x');
@@ -155,8 +164,26 @@ TEST_F(HostileClientTest, NeverWaitsForAReaderThatDoesNotRead) {
   EXPECT_TRUE(stillAnswers());
 }
 
+TEST_F(HostileClientTest, LeavesRoomBesideStreams) {
+  ASSERT_TRUE(open());
+  std::vector<RawClient> clients;
+  const auto follow = [&] {
+    clients.emplace_back(settings.socket).send(requestText("GET", "/v1/events?follow=true"));
+    return clients.back().receive("\r\n\r\n");
+  };
+  for (int i = 0; i < 32; ++i) EXPECT_THAT(follow(), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(ask("GET", "/v1/events?follow=true"), HasSubstr("too many streams"));
+  clients.clear();
+  while (!follow().starts_with("HTTP/1.1 200")) continue;
+}
+
 TEST_F(HostileClientTest, StopsWhateverClientsDo) {
   ASSERT_TRUE(open());  // with an hour of patience
+  const RawClient endless(settings.socket);
+  endless.send("POST /v1/entries HTTP/1.1\r\nHost: v\r\nTransfer-Encoding: chunked\r\n\r\n");
+  int parts = 0;
+  while (parts < 1000 && endless.send("1000\r\n" + std::string(0x1000, ' ') + "\r\n")) ++parts;
+  EXPECT_LT(parts, 1000);
   const RawClient idle(settings.socket);
   const RawClient half(settings.socket);
   half.send("POST /v1/entries HTTP/1.1\r\nContent-Length: 9\r\n\r\n{");
