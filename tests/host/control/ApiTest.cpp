@@ -96,7 +96,7 @@ TEST_F(ControlApiTest, RefusesWithTheCodeOfTheCause) {
       {"POST", "/v1/entries", "[]", "400", "bad_request", "not an object"},
       {"POST", "/v1/entries", nested, "400", "bad_request", "nested too deeply"},
       {"POST", "/v1/entries", R"({"a":1e999})", "400", "bad_request", "the body has a number"},
-      {"POST", "/v1/entries", R"({"a":{"b":1,"b":2}})", "400", "bad_request", "`b' is given"},
+      {"POST", "/v1/entries", R"({"a":{"b":1,"b":2}})", "400", "bad_request", "`b' is given twice"},
       {"POST", "/v1/reload", R"({"a":1})", "400", "bad_request", "no body"},
       {"DELETE", "/v1/entries/a+b", "x", "400", "bad_request", "no body"},
       {"GET", "/v1/events?limt=1", "", "400", "unknown_field"},

@@ -21,10 +21,9 @@ class HostileClientTest : public ControlFixture {};
 
 TEST_F(ControlSocketTest, TakesThePlaceOfADeadHostOnly) {
   if (::geteuid() == 0) settings.owner = settings.group = "1";
-  // A lock that others can have, and one of a dead host.
-  const UniqueFd other(::open(folder.path("").c_str(), O_RDONLY));
+  const UniqueFd other(::open(folder.path("").c_str(), O_RDONLY));  // as any user may
   ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
-  folder.makeFile("socket.lock", "");
+  folder.makeFile("socket.lock", "");  // of a dead host
   ASSERT_TRUE(open()) << cause;
   EXPECT_EQ(entriesOf(folder.path("")), 1);
   struct stat status {};
