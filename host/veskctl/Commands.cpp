@@ -1,11 +1,13 @@
 #include "host/veskctl/Commands.h"
 
 #include <CLI/CLI.hpp>
+#include <limits>
 #include <map>
 
 #include "host/veskctl/ChangeCommands.h"
 #include "host/veskctl/EntryOptions.h"
 #include "host/veskctl/ReadCommands.h"
+#include "host/veskctl/ValueOption.h"
 
 namespace ctl {
 
@@ -13,7 +15,7 @@ namespace {
 
 constexpr double kShortest = 0.1;  // s
 constexpr double kLongest = 86400;
-constexpr int kMostEvents = 1000;
+constexpr unsigned int kMostEvents = 1000;
 
 const std::map<std::string, SortKey> kSortKeys = {{"health", SortKey::health},
                                                   {"name", SortKey::name},
@@ -29,14 +31,16 @@ void declareCheck(CLI::App& app, Options& options) {
 
 void declareStatus(CLI::App& app, Options& options) {
   declareCheck(app, options);
-  app.add_flag("-w,--watch{2}", options.watch,
-               "Show it anew every so many seconds, 2 unless given, until Ctrl-C")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(kShortest, kLongest))
+  addNumber(app, "-w,--watch",
+            "Show it anew every so many seconds, 2 unless given, until Ctrl-C; not with --check",
+            kShortest, kLongest, [&options](double seconds) { options.watchSeconds = seconds; })
+      ->expected(0, 1)
+      ->default_str("2")
+      ->option_text("[SECONDS]")
       ->excludes("--check");
-  app.add_option("--sort", options.sort, "Order: health (the worst first), name, cpu or mem")
-      ->type_name("KEY")
-      ->transform(CLI::CheckedTransformer(kSortKeys).description(""));
+  addWord(app, "--sort", "Order: health (the worst first), name, cpu or mem", kSortKeys,
+          options.sort)
+      ->type_name("KEY");
 }
 
 void declareEvents(CLI::App& app, Options& options) {
@@ -45,10 +49,13 @@ void declareEvents(CLI::App& app, Options& options) {
   app.add_flag("--no-reconnect", options.isWithoutReconnect,
                "End with --follow when the host goes away")
       ->needs(follow);
-  app.add_option("--from", options.from, "Number of the first one")->type_name("N");
-  app.add_option("--limit", options.limit, "How many, 1 to 1000")
-      ->type_name("N")
-      ->check(CLI::Range(1, kMostEvents));
+  addNumber(app, "--from", "Number of the first one", 0ULL,
+            std::numeric_limits<unsigned long long>::max(),
+            [&options](unsigned long long number) { options.from = number; })
+      ->type_name("N");
+  addNumber(app, "--limit", "How many, 1 to 1000", 1U, kMostEvents,
+            [&options](unsigned int number) { options.limit = number; })
+      ->type_name("N");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <iterator>
 
 #include "host/check/WatchdogKeys.h"
+#include "host/veskctl/ValueOption.h"
 
 namespace ctl {
 
@@ -58,6 +59,12 @@ constexpr bool areComplete() {
 }
 static_assert(areComplete());
 
+/// Which is that of the file, and of the host.
+WatchdogKey const& rangeOf(std::string_view key) {
+  return *std::find_if(kProgramKeys.begin(), kProgramKeys.end(),
+                       [&](WatchdogKey const& known) { return known.name == key; });
+}
+
 std::string optionOf(std::string_view key) {
   std::string name(key);
   std::replace(name.begin(), name.end(), '_', '-');
@@ -75,7 +82,8 @@ void declareKey(CLI::App& app, EntryKey const& row, Json& settings) {
       app.add_flag_callback("--no-" + name, [take] { take(false); })->group("");
       break;
     case KeyKind::integer:
-      app.add_option_function<std::int64_t>("--" + name, take, row.help)->type_name(row.type);
+      addNumber(app, "--" + name, row.help, rangeOf(key).least, rangeOf(key).most, take)
+          ->type_name(row.type);
       break;
     case KeyKind::text:
       app.add_option_function<std::string>("--" + name, take, row.help)->type_name(row.type);

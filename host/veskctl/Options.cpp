@@ -11,6 +11,7 @@
 #include "host/check/NearestName.h"
 #include "host/veskctl/Commands.h"
 #include "host/veskctl/SocketTrouble.h"
+#include "host/veskctl/ValueOption.h"
 
 namespace ctl {
 
@@ -92,14 +93,12 @@ void declareOptions(CLI::App& app, Options& options) {
       ->type_name("PATH")
       ->check(refuseEmpty)
       ->check(refuseLong);
-  app.add_option("--timeout", options.timeout,
-                 "How long an answer may take, 0 for ever; 10 for reading, 0 for changes")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.0, kLongestTimeout));
+  addNumber(app, "--timeout",
+            "How long an answer may take, 0 for ever; 10 for reading, 0 for changes", 0.0,
+            kLongestTimeout, [&options](double seconds) { options.timeout = seconds; })
+      ->type_name("SECONDS");
   app.add_flag("-j,--json", options.isJson, "Print the host's answer, which is JSON");
-  app.add_option("--color", options.colours, "auto, always or never")
-      ->type_name("WHEN")
-      ->transform(CLI::CheckedTransformer(kColourUses).description(""));
+  addWord(app, "--color", "auto, always or never", kColourUses, options.colours)->type_name("WHEN");
   app.set_version_flag("--version", "veskctl " VESK_VERSION, "Print the version and exit");
   app.footer(footer());
   for (Command const& command : kCommands) declareCommand(app, command, options);
@@ -120,7 +119,6 @@ std::variant<Options, Text, Failure> parseOptions(int argc, const char* const* a
     return failureOf(app, error);
   }
   if (options.socket.empty()) options.socket = socket;
-  if (!options.watch.empty()) options.watchSeconds = std::stod(options.watch);
   if (!fitsIntoAddress(options.socket)) {
     return Failure{ExitCode::badCommandLine, "VESKD_SOCKET: the path is too long for a socket"};
   }

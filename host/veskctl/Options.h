@@ -28,7 +28,6 @@ struct Options {
 
   // Of single commands.
   bool isCheck = false;
-  std::string watch;        ///< as given; a flag cannot be a fraction by itself
   double watchSeconds = 0;  ///< zero for not at all
   SortKey sort = SortKey::health;
   bool isFollow = false;
