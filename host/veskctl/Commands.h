@@ -22,6 +22,8 @@ struct Context {
   std::function<Interrupts::Wake(std::chrono::milliseconds)> wait;
   /// Tells people something that is no part of the output.
   std::function<void(std::string const&)> tell;
+  /// Names what has to leave the terminal before the process stops; null for nobody.
+  std::function<void(IPausable*)> setPausable{};
 };
 
 using Outcome = Result<ExitCode>;

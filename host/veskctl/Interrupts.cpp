@@ -6,16 +6,24 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 
 namespace ctl {
 
 namespace {
 
+constexpr std::array kRequests = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGCONT, SIGWINCH};
+
+/// A blocked signal comes even if it is ignored, as by nohup: those are left alone.
 sigset_t requests() {
   sigset_t signals;
   ::sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) ::sigaddset(&signals, number);
+  for (const int number : kRequests) {
+    struct sigaction action {};
+    ::sigaction(number, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) ::sigaddset(&signals, number);
+  }
   return signals;
 }
 
@@ -40,13 +48,38 @@ Interrupts::Wake Interrupts::wait(std::chrono::milliseconds atMost) {
   Wake wake = Wake::timeIsOver;
   signalfd_siginfo signal{};
   while (::read(fSignals.get(), &signal, sizeof signal) == sizeof signal) {
-    if (signal.ssi_signo == SIGWINCH) {
-      wake = Wake::resized;
-    } else {
-      fIsStopped = true;
-    }
+    const Wake one = take(static_cast<int>(signal.ssi_signo));
+    if (one != Wake::timeIsOver) wake = one;
+    fIsStopped = fIsStopped || one == Wake::stop;
   }
   return fIsStopped ? Wake::stop : wake;
+}
+
+Interrupts::Wake Interrupts::take(int signal) {
+  switch (signal) {
+    case SIGTSTP:
+    case SIGQUIT:
+      pass(signal);
+      return Wake::resized;
+    case SIGCONT:  // the shell may have written over what was shown
+    case SIGWINCH:
+      return Wake::resized;
+    default:
+      return Wake::stop;
+  }
+}
+
+/// Lets it do what it does to every process. No SIGSTOP for SIGTSTP: where nobody could
+/// make the process go on, the kernel leaves the latter out.
+void Interrupts::pass(int signal) {
+  if (fPausable != nullptr) fPausable->leave();
+  sigset_t only;
+  ::sigemptyset(&only);
+  ::sigaddset(&only, signal);
+  ::raise(signal);
+  ::pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+  ::pthread_sigmask(SIG_BLOCK, &only, nullptr);
+  if (fPausable != nullptr) fPausable->enter();
 }
 
 }  // namespace ctl

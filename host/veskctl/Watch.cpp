@@ -12,34 +12,46 @@ namespace {
 
 /// The part of the terminal that is drawn anew; the lines that scroll by where there is
 /// none.
-class Screen {
+class Screen : public IPausable {
  public:
-  Screen(Output const& output, bool canMove) : fOutput(output), fCanMove(canMove) {
-    // Another screen, no cursor, no wrapping.
-    if (fCanMove) static_cast<void>(fOutput.write("\x1b[?1049h\x1b[?25l\x1b[?7l"));
-  }
-  ~Screen() {
+  explicit Screen(Context const& context)
+      : fContext(context), fCanMove(context.terminal.canMove() && !context.options.isJson) {
     if (!fCanMove) return;
-    // What was seen last stays.
-    static_cast<void>(fOutput.write("\x1b[?7h\x1b[?25h\x1b[?1049l" + fLast));
+    write(kEnter);
+    if (fContext.setPausable) fContext.setPausable(this);
+  }
+  ~Screen() override {
+    if (!fCanMove) return;
+    if (fContext.setPausable) fContext.setPausable(nullptr);
+    write(kLeave + fLast);  // what was seen last stays
   }
   Screen(Screen const&) = delete;
   Screen& operator=(Screen const&) = delete;
 
   std::optional<Failure> show(std::string text) {
     fLast = std::move(text);
-    if (!fCanMove) return fOutput.write(fLast);
+    if (!fCanMove) return fContext.output.write(fLast);
     // Drawn over the former one in a single write, so that nothing flickers.
     std::string drawn = "\x1b[H";
     for (const char character : fLast) {
       if (character == '\n') drawn += "\x1b[K";
       drawn += character;
     }
-    return fOutput.write(drawn + "\x1b[J");
+    return fContext.output.write(drawn + "\x1b[J");
   }
 
+  void leave() override { write(kLeave); }
+  void enter() override { write(kEnter); }
+
  private:
-  Output const& fOutput;
+  // Another screen, no cursor, no wrapping; and back.
+  static constexpr const char* kEnter = "\x1b[?1049h\x1b[?25l\x1b[?7l";
+  static constexpr const char* kLeave = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+
+  /// A terminal that is lost is told by what is shown next.
+  void write(std::string const& text) const { static_cast<void>(fContext.output.write(text)); }
+
+  Context const& fContext;
   bool fCanMove;
   std::string fLast;
 };
@@ -81,9 +93,7 @@ Outcome watch(Context const& context, Request const& request, Printer const& pri
       }
       shownText = lossOf(*failure, heardAt, view) + shownText;
     }
-    if (!screen) {
-      screen.emplace(context.output, context.terminal.canMove() && !context.options.isJson);
-    }
+    if (!screen) screen.emplace(context);
     if (auto why = screen->show(std::move(shownText))) return *why;
   } while (context.wait(interval) != Interrupts::Wake::stop);
   return ExitCode::fine;

@@ -94,7 +94,8 @@ int run(Options const& options, Output const& output) {
                         terminal,
                         output,
                         [&](std::chrono::milliseconds time) { return interrupts->wait(time); },
-                        tell};
+                        tell,
+                        [&](IPausable* shown) { interrupts->setPausable(shown); }};
   const Outcome outcome = options.command->run(context);
   if (auto const* failure = std::get_if<Failure>(&outcome)) return fail(*failure);
   return static_cast<int>(std::get<ExitCode>(outcome));
