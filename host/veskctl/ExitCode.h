@@ -29,7 +29,8 @@ inline constexpr std::array<ExitCodeMeaning, 8> kExitCodes = {{
     {ExitCode::notOk, "--check: a program is missing, high or unknown"},
     {ExitCode::badCommandLine, "wrong command line"},
     {ExitCode::noInput, "the file of --from-json cannot be read, or is no JSON object"},
-    {ExitCode::unreachable, "the host cannot be reached, or went away"},
+    {ExitCode::unreachable,
+     "the host cannot be reached, went away, or can take no more: try again"},
     {ExitCode::notUnderstood, "the host's answer is not understood"},
     {ExitCode::noOutput, "the output cannot be written"},
 }};

@@ -12,9 +12,11 @@ namespace ctl {
 namespace {
 
 constexpr const char* kWentAway = "the host went away in the middle of its answer";
+constexpr const char* kSaidNothing =
+    "the host has too many connections, or has just ended: try again";
 
-Failure failureOf(CURLcode code, HttpSettings const& settings) {
-  switch (code) {
+Failure failureAtTheEnd(Transfer const& transfer, HttpSettings const& settings) {
+  switch (const CURLcode code = transfer.code()) {
     case CURLE_COULDNT_CONNECT:
       return {ExitCode::unreachable, whyUnreachable(settings.socket)};
     case CURLE_OPERATION_TIMEDOUT:
@@ -25,14 +27,14 @@ Failure failureOf(CURLcode code, HttpSettings const& settings) {
     case CURLE_PARTIAL_FILE:
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
-      return {ExitCode::unreachable, kWentAway};
+      return {ExitCode::unreachable, transfer.isHeard() ? kWentAway : kSaidNothing};
     default:
       return {ExitCode::notUnderstood, fmt::format("what listens on {} does not speak as veskd: {}",
                                                    settings.socket, ::curl_easy_strerror(code))};
   }
 }
 
-Failure failureOf(Transfer::End end, CURLcode code, HttpSettings const& settings) {
+Failure failureOf(Transfer::End end, Transfer const& transfer, HttpSettings const& settings) {
   switch (end) {
     case Transfer::End::interrupted:
       return {ExitCode::fine, ""};
@@ -44,7 +46,7 @@ Failure failureOf(Transfer::End end, CURLcode code, HttpSettings const& settings
       return {ExitCode::notUnderstood, fmt::format("the host's answer is larger than {} MiB",
                                                    HttpClient::kLargest / 1024 / 1024)};
     default:
-      return failureOf(code, settings);
+      return failureAtTheEnd(transfer, settings);
   }
 }
 
@@ -58,7 +60,7 @@ Result<Response> HttpClient::send(Request const& request) {
   Transfer transfer(settings, request, nullptr);
   const Transfer::End end = transfer.run();
   if (end == Transfer::End::done && transfer.code() == CURLE_OK) return transfer.response();
-  return failureOf(end, transfer.code(), fSettings);
+  return failureOf(end, transfer, fSettings);
 }
 
 std::optional<Result<Response>> HttpClient::stream(Request const& request, LineTaker const& take) {
@@ -66,7 +68,7 @@ std::optional<Result<Response>> HttpClient::stream(Request const& request, LineT
   const Transfer::End end = transfer.run();
   if (end == Transfer::End::interrupted) return std::nullopt;
   if (end == Transfer::End::done && transfer.code() == CURLE_OK) return transfer.response();
-  return failureOf(end, transfer.code(), fSettings);
+  return failureOf(end, transfer, fSettings);
 }
 
 }  // namespace ctl

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <grp.h>
+#include <pwd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -26,13 +27,25 @@ int tryToConnect(std::string const& path) {
                                                                                            : errno;
 }
 
-/// Who may connect, beside root.
+std::string nameOfUser(uid_t id) {
+  auto const* user = ::getpwuid(id);
+  return user != nullptr ? fmt::format("`{}'", user->pw_name) : fmt::format("the user {}", id);
+}
+
+std::string nameOfGroup(gid_t id) {
+  auto const* group = ::getgrgid(id);
+  return group != nullptr ? fmt::format("`{}'", group->gr_name) : fmt::to_string(id);
+}
+
+/// Whom to be to connect.
 std::string whoMay(std::string const& path) {
+  std::string who = "root";
   struct stat file {};
-  if (::stat(path.c_str(), &file) != 0) return "";
-  auto const* group = ::getgrgid(file.st_gid);
-  if (group == nullptr) return fmt::format(" or in the group {}", file.st_gid);
-  return fmt::format(" or in the group `{}'", group->gr_name);
+  if (::stat(path.c_str(), &file) != 0) return who;  // its folder is closed
+  const bool hasGroup = (file.st_mode & S_IWGRP) != 0;
+  if (file.st_uid != 0) who += (hasGroup ? ", " : " or ") + nameOfUser(file.st_uid);
+  if (hasGroup) who += " or in the group " + nameOfGroup(file.st_gid);
+  return who;
 }
 
 std::string nobodyListens(std::string const& path) {
@@ -49,7 +62,11 @@ std::string nobodyListens(std::string const& path) {
 }  // namespace
 
 std::string whyUnreachable(std::string const& path) {
-  switch (const int error = tryToConnect(path)) {
+  return whyUnreachable(path, tryToConnect(path));
+}
+
+std::string whyUnreachable(std::string const& path, int error) {
+  switch (error) {
     case ENOENT:
     case ENOTDIR:
       return fmt::format(
@@ -60,7 +77,7 @@ std::string whyUnreachable(std::string const& path) {
       return nobodyListens(path);
     case EACCES:
     case EPERM:
-      return fmt::format("no right to use {}: be root{}", path, whoMay(path));
+      return fmt::format("no right to use {}: be {}", path, whoMay(path));
     case EAGAIN:
       return fmt::format("too many wait for {} already: try again", path);
     case 0:

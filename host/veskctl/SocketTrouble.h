@@ -8,6 +8,10 @@ namespace ctl {
 /// tries once more to find out.
 std::string whyUnreachable(std::string const& path);
 
+/// The same for what a connect said.
+/// @param error an errno, or 0 when it succeeded.
+std::string whyUnreachable(std::string const& path, int error);
+
 /// Whether an address of a UNIX socket has room for it.
 bool fitsIntoAddress(std::string const& path);
 

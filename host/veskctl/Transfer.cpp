@@ -90,6 +90,12 @@ long Transfer::status() const {
   return status;
 }
 
+bool Transfer::isHeard() const {
+  long size = 0;
+  ::curl_easy_getinfo(fEasy.get(), CURLINFO_HEADER_SIZE, &size);
+  return size > 0;
+}
+
 Response Transfer::response() { return {status(), std::move(fBody)}; }
 
 bool Transfer::take(std::string_view bytes) {

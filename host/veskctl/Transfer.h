@@ -24,6 +24,8 @@ class Transfer {
 
   /// Of `End::done`.
   CURLcode code() const { return fCode; }
+  /// Whether the host has begun to answer.
+  bool isHeard() const;
   Response response();
 
  private:
