@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace ctl {
 
@@ -16,6 +17,23 @@ constexpr std::array<Health, 5> kHealths = {{
     {"absent", Colour::faint, true},
     {"ok", Colour::good, true},
 }};
+
+/// Passes that a host may be late by before what it has not looked at counts.
+constexpr double kPatience = 2;
+
+/// Whether the host has made a pass, or was started, so lately that the next one is due.
+bool isAtWork(Json const& status, WallTime now) {
+  Json const& watchdog = field(status, "watchdog");
+  const double patience = kPatience * 1000 * numberOf(watchdog, "sample_time").value_or(0);
+  const auto last = timeOf(watchdog, "last_pass_at");
+  if (!last) return numberOf(status, "uptime_ms").value_or(patience) < patience;
+  return std::abs(static_cast<double>((now - *last).count())) < patience;
+}
+
+/// An entry whose processes could not be listed has an error as its result.
+bool isLookedAt(Json const& entry) {
+  return healthWord(entry) != "unknown" || integerOf(entry, "find_result") != 0;
+}
 
 }  // namespace
 
@@ -43,6 +61,14 @@ std::string summarise(std::vector<Json> const& entries, View const& view) {
     text += painted(fmt::format("{} {}", number, health.word), health.colour, view);
   }
   return text;
+}
+
+std::vector<Json> judgedOf(Json const& status, WallTime now) {
+  auto entries = listOf(status, "entries").get<std::vector<Json>>();
+  if (isAtWork(status, now)) {
+    std::erase_if(entries, [](Json const& entry) { return !isLookedAt(entry); });
+  }
+  return entries;
 }
 
 std::string listOfNotOk(std::vector<Json> const& entries) {

@@ -27,6 +27,10 @@ std::string healthWord(Json const& entry);
 /// "3 missing, 1 ok", the worst first.
 std::string summarise(std::vector<Json> const& entries, View const& view);
 
+/// The entries of a status that `--check` judges: those that the host has not come to yet,
+/// though it makes its passes, are neither well nor not.
+std::vector<Json> judgedOf(Json const& status, WallTime now);
+
 /// "nginx (missing), redis (high)", or empty when all are ok.
 std::string listOfNotOk(std::vector<Json> const& entries);
 

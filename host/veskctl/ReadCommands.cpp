@@ -43,7 +43,7 @@ Outcome runStatus(Context const& context) {
   if (context.options.watchSeconds > 0) return watch(context, {"GET", "/v1/status"}, printer);
   return printAndCheck(
       context, ask(context.api, {"GET", "/v1/status"}), printer,
-      [](Json const& status) { return listOf(status, "entries").get<std::vector<Json>>(); });
+      [&](Json const& status) { return judgedOf(status, context.terminal.view().now); });
 }
 
 Outcome runShow(Context const& context) {
