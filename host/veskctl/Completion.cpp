@@ -38,9 +38,14 @@ Words split(Words const& words) {
   return result;
 }
 
-bool takesValue(CLI::App const& app, std::string const& word) {
-  auto const* option = app.get_option_no_throw(word);
-  return option != nullptr && option->get_items_expected_min() > 0;
+/// The option of that name, long or short, if it takes a value; of the command first.
+CLI::Option const* optionWithValue(CLI::App const& command, CLI::App const& all,
+                                   std::string const& word) {
+  for (CLI::App const* app : {&command, &all}) {
+    auto const* option = app->get_option_no_throw(word);
+    if (option != nullptr && option->get_items_expected_min() > 0) return option;
+  }
+  return nullptr;
 }
 
 void addOptions(CLI::App const& app, Words& words) {
@@ -62,8 +67,8 @@ Before readBefore(CLI::App const& app, Words const& words) {
   CLI::App const* current = &app;
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     std::string const& word = words[i];
-    if (takesValue(*current, word) || takesValue(app, word)) {
-      if (word == "--socket") before.socket = words[i + 1];
+    if (auto const* option = optionWithValue(*current, app, word)) {
+      if (option->check_lname("socket")) before.socket = words[i + 1];
       if (i + 2 == words.size()) before.pending = word;
       ++i;
     } else if (word.starts_with('-')) {
