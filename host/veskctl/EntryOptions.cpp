@@ -30,7 +30,7 @@ constexpr std::array<EntryKey, 17> kEntryKeys = {{
     {"executable", KeyKind::text, "PATH", "What respawn and restart start"},
     {"arguments", KeyKind::text, "TEXT", "Its arguments"},
     {"working_dir", KeyKind::text, "PATH", "Its working directory"},
-    {"action", KeyKind::text, "WORD", "At a limit: none, terminate, restart or osrestart"},
+    {"action", KeyKind::text, "WORD", "At a limit: none, terminate, restart (needs --executable) or osrestart"},
     {"period", KeyKind::integer, "SECONDS", "Length of the averaging window"},
     {"cpu_limit", KeyKind::integer, "PERCENT", "Of one core, mean over the window", "cpu_enabled"},
     {"mem_limit", KeyKind::integer, "KIB", "Of resident memory, mean over the window",
