@@ -9,6 +9,7 @@
 #include "host/veskctl/Completion.h"
 #include "host/veskctl/EntryOptions.h"
 #include "host/veskctl/Follow.h"
+#include "host/veskctl/Health.h"
 #include "tests/host/process/TemporaryFolder.h"
 
 namespace ctl {
@@ -60,17 +61,36 @@ nginx              ok        1/4   12%  40.0 MiB  restart
             "\x1b[1;31m1 missing\x1b[0m, \x1b[33m1 high\x1b[0m, \x1b[32m1 ok\x1b[0m\n");
 }
 
+auto parse(std::string const& line) {
+  std::istringstream stream("veskctl " + line);
+  const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
+  std::vector<const char*> argv;
+  for (std::string const& word : words) argv.push_back(word.c_str());
+  return parseOptions(static_cast<int>(argv.size()), argv.data(), "/run/s");
+}
+
+TEST(Options, TakeEveryFormOfAnIntervalAndSayWhatIsWrongWithAValue) {
+  const auto seconds = [](std::string const& form) {
+    return std::get<Options>(parse("status " + form)).watchSeconds;
+  };
+  for (const char* form : {"-w", "--watch", "--watch --sort cpu"}) EXPECT_EQ(seconds(form), 2);
+  for (const char* form : {"-w0.5", "-w 0.5", "--watch=0.5", "--watch 0.5"}) {
+    EXPECT_EQ(seconds(form), 0.5) << form;
+  }
+  const auto trouble = [](const char* line) { return std::get<Failure>(parse(line)).text; };
+  const std::string end = " is expected; see veskctl --help";
+  EXPECT_EQ(trouble("status --watch=nan"), "`--watch' is nan, but 0.1 to 86400" + end);
+  EXPECT_EQ(trouble("add x --cpu-limit 101"), "`--cpu-limit' is 101, but 0 to 100" + end);
+  EXPECT_EQ(trouble("add x --period 1.5"), "`--period' is `1.5', but a whole number" + end);
+}
+
 TEST(Add, TakesLimitsAsTheWishToHaveThemChecked) {
   const TemporaryFolder folder;
   folder.makeFile("entry.json", R"({"name": "other", "period": 7, "cpu_limit": 1})");
-  std::istringstream line(
-      "veskctl add nginx --cpu-limit=80 --mem-limit 10 --no-mem-enabled --no-send-event "
+  const auto options = parse(
+      "add nginx --cpu-limit=80 --mem-limit 10 --no-mem-enabled --no-send-event "
       "--arguments -g --from-json " +
       folder.path("entry.json"));
-  const std::vector<std::string> words(std::istream_iterator<std::string>(line), {});
-  std::vector<const char*> argv;
-  for (std::string const& word : words) argv.push_back(word.c_str());
-  const auto options = parseOptions(static_cast<int>(argv.size()), argv.data(), "/run/s");
   ASSERT_TRUE(std::holds_alternative<Options>(options));
   EXPECT_EQ(std::get<Json>(entryBody(std::get<Options>(options))), Json::parse(R"({
     "name": "nginx", "period": 7, "cpu_limit": 80, "cpu_enabled": true, "mem_limit": 10,
@@ -82,7 +102,7 @@ TEST(Complete, KnowsCommandsOptionsValuesAndNames) {
     return std::vector<std::string>{"nginx" + socket, "redis"};
   };
   EXPECT_THAT(complete({"re"}, names), ElementsAre("remove", "reload"));
-  EXPECT_THAT(complete({"--socket", "/s", "show", "n"}, names), ElementsAre("nginx/s"));
+  EXPECT_THAT(complete({"-s", "/s", "show", "n"}, names), ElementsAre("nginx/s"));
   EXPECT_THAT(complete({"add", "x", "--mem"}, names), ElementsAre("--mem-limit", "--mem-enabled"));
   EXPECT_THAT(complete({"status", "--sort=n"}, names), ElementsAre("--sort=name"));
   EXPECT_THAT(complete({"status", "--sort", "=", "n"}, names), ElementsAre("name"));
@@ -109,6 +129,15 @@ struct ScriptedApi : IApi {
   std::deque<std::string> bodies;
   std::vector<std::string> asked;
 };
+
+TEST(Check, WaitsForTheFirstLookWhilePassesAreMade) {
+  Json status = kStatus;
+  status["entries"] = {{{"name", "new"}, {"health", "unknown"}, {"find_result", 0}},
+                       {{"name", "odd"}, {"health", "unknown"}, {"find_result", -1}}};
+  const WallTime pass = *parseTime("2026-11-21T14:42:49.123Z");
+  EXPECT_EQ(listOfNotOk(judgedOf(status, pass + std::chrono::seconds(3))), "odd (unknown)");
+  EXPECT_EQ(judgedOf(status, pass + std::chrono::seconds(4)).size(), 2U);
+}
 
 TEST(Follow, GoesOnWhereItWasOrWithTheNextRunOfTheHost) {
   const auto event = [](std::string const& number) {

@@ -1,8 +1,12 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <thread>
 
 #include "host/process/UniqueFd.h"
+#include "host/veskctl/SocketTrouble.h"
+#include "host/veskctl/Terminal.h"
 #include "tests/host/daemon/ChildProcess.h"
 #include "tests/host/process/TemporaryFolder.h"
 
@@ -15,14 +19,19 @@ std::string answerOf(std::string const& status, std::string const& body) {
   return "HTTP/1.1 " + status + "\r\nContent-Length: " + length + "\r\n\r\n" + body;
 }
 
+UniqueFd listenOn(std::string const& path) {
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{AF_UNIX, {}};
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  EXPECT_EQ(::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(::listen(socket.get(), 1), 0);
+  return socket;
+}
+
 /// Takes one connection, one request, and answers with these very bytes.
 class OneAnswer {
  public:
-  OneAnswer(std::string const& path, std::string bytes) {
-    sockaddr_un address{AF_UNIX, {}};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    EXPECT_EQ(::bind(fSocket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(fSocket.get(), 1), 0);
+  OneAnswer(std::string const& path, std::string bytes) : fSocket(listenOn(path)) {
     fThread = std::thread([this, bytes = std::move(bytes)] {
       const UniqueFd peer(::accept(fSocket.get(), nullptr, nullptr));
       char text[4096];
@@ -39,7 +48,7 @@ class OneAnswer {
   }
 
  private:
-  const UniqueFd fSocket{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  const UniqueFd fSocket;
   std::thread fThread;
   std::string fRequest;
 };
@@ -85,6 +94,7 @@ const std::vector<Case> kCases = {
     {"veskctl counters", answerOf("200 OK", "{\"counters\": {"), 70, "it is no JSON\n"},
     {"veskctl status", "SSH-2.0-x\r\n", 70, "does not speak as veskd"},
     {"veskctl status", answerOf("200 OK", kOneOk).substr(0, 60), 69, "went away in"},
+    {"veskctl status", "", 69, "has just ended: try again"},
     {"veskctl status > /dev/full", answerOf("200 OK", "{}"), 74, "No space left on device\n"},
     // Written only once nobody reads any more.
     {"mkfifo go; (read x < go; veskctl status 2> said; test $? = 74 -a ! -s said && echo quiet >&2)"
@@ -105,6 +115,13 @@ TEST(Veskctl, SaysWhyTheHostIsNotReached) {
   folder.makeFile("file", "");
   EXPECT_THAT(run(folder, "veskctl status").said, HasSubstr("there is no socket s: start veskd"));
   EXPECT_THAT(run(folder, "veskctl -s file status").said, HasSubstr("file is no socket"));
+  const UniqueFd deaf = listenOn(folder.path("deaf"));
+  EXPECT_THAT(run(folder, "veskctl -s deaf --timeout 0.05 status").said,
+              HasSubstr("within 0.05 s"));
+  ::chmod(folder.path("file").c_str(), 0620);
+  const bool isRoot = ::chown(folder.path("file").c_str(), 54321, 54322) == 0;
+  EXPECT_THAT(ctl::whyUnreachable(folder.path("file"), EACCES),
+              HasSubstr(isRoot ? "be root, the user 54321 or in the group 54322" : "be root, `"));
   OneAnswer(folder.path("s"), "").end();
   const Ended ended = run(folder, "veskctl status");
   EXPECT_EQ(ended.status, 69);
@@ -112,6 +129,16 @@ TEST(Veskctl, SaysWhyTheHostIsNotReached) {
   const Ended wrong = run(folder, "veskctl add x --cpu-limt 3");
   EXPECT_EQ(wrong.status, 64);
   EXPECT_THAT(wrong.said, HasSubstr("`--cpu-limt', did you mean `--cpu-limit'?"));
+}
+
+TEST(Terminal, HasColoursUnlessItsUserWantsNone) {
+  const UniqueFd terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+  ::setenv("TERM", "xterm", 1);
+  for (const bool areWanted : {true, false}) {
+    ::setenv("NO_COLOR", areWanted ? "" : "1", 1);
+    const ctl::Terminal shown(terminal.get(), ctl::ColourUse::automatic);
+    EXPECT_EQ(shown.view().hasColours, areWanted);
+  }
 }
 
 TEST(Veskctl, PrintsTheAnswerAsItCameAndEncodesNames) {
