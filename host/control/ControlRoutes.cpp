@@ -67,8 +67,14 @@ HttpAnswer entry(ApiCall const& call) {
 }
 
 HttpAnswer explanation(ApiCall const& call) {
-  return ofEntry(call, [](EntryView const& found, GlobalSettings const& globals) {
-    return explanationJson(explain(found, globals));
+  return ofEntry(call, [&call](EntryView const& found, GlobalSettings const& globals) {
+    Explanation answer = explain(found, globals);
+    const auto refusal = call.api.sources().restarts().lastRefusal;
+    // The watchdog asks again and again, but the brake may hold.
+    if (refusal && found.settings.action == "osrestart") {
+      answer.nextAct += fmt::format("; the last such restart was refused: {}", refusal->reason);
+    }
+    return explanationJson(answer);
   });
 }
 
