@@ -74,25 +74,19 @@ high: end process 99 at the next sample, and nothing can be started again: no ex
 TEST(Explain, ReckonsWithWindowsOfOthersThatAreOverBefore) {
   EntryView entry = sampled();
   entry.settings.action = "terminate";
-  entry.instances[0].window.cpuAverage = 90;
-  InstanceView other = entry.instances[0];
-  other.pid = 100;
-  other.window.age += std::chrono::milliseconds(9);
-  other.window.cpuAverage = 0;
-  entry.instances.push_back(other);
-  const std::string act = "end process 99 when the window is over, in ";
-  EXPECT_EQ(explain(entry, {}).nextAct, act + "1.0 s at the soonest, if the average stays")
-      << "both began in one pass, in which 99 came first";
-  entry.instances[0].window.age = std::chrono::milliseconds(4);
+  entry.instances.push_back(entry.instances[0]);
+  entry.instances.push_back(entry.instances[0]);
+  entry.instances[0].window = {1, std::chrono::milliseconds(4), 90, 0};
+  entry.instances[1].pid = 100;
   EXPECT_EQ(explain(entry, {}).nextAct,
-            act +
-                "6.0 s at the soonest, if the average stays; its window begins anew when that "
-                "of process 100 is over, in 1.0 s");
-  entry.instances.push_back(entry.instances[1]);
+            "end process 99 when the window is over, in 11.0 s at the soonest, if the average "
+            "stays; its window begins anew when that of process 100 is over, in 1.0 s, and then "
+            "when 1 other window is");
+  // Windows that began in one pass are over in the order of the processes.
+  entry.instances[0].window.age = std::chrono::milliseconds(4000);
   EXPECT_EQ(explain(entry, {}).nextAct,
-            act +
-                "11.0 s at the soonest, if the average stays; its window begins anew when that "
-                "of process 100 is over, in 1.0 s, and then when 1 other window is");
+            "end process 99 when the window is over, in 1.0 s at the soonest, if the average "
+            "stays");
 }
 
 }  // namespace
