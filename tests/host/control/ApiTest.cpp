@@ -20,6 +20,7 @@ EntryView madeEntry() {
   EntryView entry;
   entry.settings.name = "caf\xe9/x";
   entry.settings.cpuEnabled = true;
+  entry.settings.action = "osrestart";
   entry.settings.cpuLimit = 50;
   entry.isKnown = true;
   entry.lookedAt = WallTime(std::chrono::milliseconds(61'007));
@@ -45,9 +46,10 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
   EXPECT_EQ(status["plugins"], json{"a.so"});
   EXPECT_EQ(status["restarts"]["last_refusal"]["time"], "1970-01-01T00:00:09.000Z");
   EXPECT_EQ(status["restarts"]["past"][0]["cause"], "x: cpu");
-  EXPECT_EQ(status["entries"][0].dump(),
-            R"({"action":"none","counted":null,"cpu_percent":3,"dry_run":false,"find_result":0,)"
-            R"("health":"ok","instances":2,"memory_kib":2048,"name":"caf�/x"})");
+  EXPECT_EQ(
+      status["entries"][0].dump(),
+      R"({"action":"osrestart","counted":null,"cpu_percent":3,"dry_run":false,"find_result":0,)"
+      R"("health":"ok","instances":2,"memory_kib":2048,"name":"caf�/x"})");
   const json entry = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2fx")));
   EXPECT_EQ(entry["instances"].dump(),
             R"([{"counts":true,"cpu_percent":3,"is_running":true,"memory_kib":2048,)"
@@ -59,6 +61,7 @@ TEST_F(ControlApiTest, ShowsWhatItIsGiven) {
   EXPECT_EQ(json::parse(bodyOf(ask("GET", "http://v:1/v1/entries")))["entries"], json{entry});
   const json why = json::parse(bodyOf(ask("GET", "/v1/entries/caf%E9%2Fx/explain")));
   EXPECT_EQ(why["checks"].size(), 5) << why;
+  EXPECT_THAT(why["next_act"], HasSubstr("; the last such restart was refused: too early"));
   EXPECT_EQ(bodyOf(ask("GET", "/v1/events")),
             R"({"events":[{"entry":"x","kind":"kill","number":1,"pid":5,"result":-3,"text":"why",)"
             R"("time":"1970-01-01T00:00:00.000Z","value":null,"would_have":true}],)"

@@ -60,8 +60,8 @@ class ChangesTest : public VeskdFixture {
     fJournal = services.journal();
     Roster roster(fBoard, fJournal, log);
     Reload reload(fSetup, plan,
-                  {plugins, services.configuration(), roster, services.utilities(), fLoop, *fJournal,
-                   notifier, *log, *log});
+                  {plugins, services.configuration(), roster, services.utilities(), fLoop,
+                   *fJournal, notifier, *log, *log});
     roster.announce(plan.facts);
     std::string cause;
     EXPECT_TRUE(plugins.start(cause)) << cause;
@@ -197,6 +197,14 @@ TEST(EntryRequest, IsRefusedWithTheReason) {
     ASSERT_NE(error, nullptr) << each.body;
     EXPECT_EQ(error->text, each.text);
     EXPECT_EQ(error->code, each.code) << each.body;
+  }
+  for (auto const& [key, longest] : {std::pair("name", 255U), std::pair("arguments", 4096U)}) {
+    for (const unsigned int more : {0U, 1U}) {
+      Json body{{"name", "n"}};
+      body[key] = std::string(longest + more, 'x');
+      const auto read = readEntryRequest(body, globals);
+      EXPECT_EQ(std::holds_alternative<ApiError>(read), more == 1) << key;
+    }
   }
 }
 
