@@ -1,6 +1,6 @@
 #include "host/watch/Explain.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -73,20 +73,15 @@ high: end process 99 at the next sample, and nothing can be started again: no ex
 
 TEST(Explain, ReckonsWithWindowsOfOthersThatAreOverBefore) {
   EntryView entry = sampled();
-  entry.settings.action = "terminate";
-  entry.instances.push_back(entry.instances[0]);
-  entry.instances.push_back(entry.instances[0]);
-  entry.instances[0].window = {1, std::chrono::milliseconds(4), 90, 0};
-  entry.instances[1].pid = 100;
+  entry.instances.resize(3, entry.instances[0]);
+  entry.instances[0] = {7, 1, true, true, 3, 10, {1, std::chrono::milliseconds(4), 90, 10}};
   EXPECT_EQ(explain(entry, {}).nextAct,
-            "end process 99 when the window is over, in 11.0 s at the soonest, if the average "
-            "stays; its window begins anew when that of process 100 is over, in 1.0 s, and then "
-            "when 1 other window is");
-  // Windows that began in one pass are over in the order of the processes.
-  entry.instances[0].window.age = std::chrono::milliseconds(4000);
-  EXPECT_EQ(explain(entry, {}).nextAct,
-            "end process 99 when the window is over, in 1.0 s at the soonest, if the average "
-            "stays");
+            "end process 7 and start `/sbin/web -x' when the window is over, in 11.0 s at the "
+            "soonest, if the average stays; its window begins anew when that of process 99 is "
+            "over, in 1.0 s, and then when 1 other window is");
+  entry.instances[0].window.age = std::chrono::milliseconds(4000);  // of the same pass
+  EXPECT_THAT(explain(entry, {}).nextAct,
+              testing::EndsWith("in 1.0 s at the soonest, if the average stays"));
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include <random>
 #include <regex>
-#include <set>
 
 #include "framework/PUtils.h"
 #include "host/libvesk/Runtime.h"
@@ -67,30 +66,27 @@ class Mirror : public PluginFixture {
   ~Mirror() override { Runtime::reset(); }
 
   void watch(const wchar_t* name, Watch const& watch) {
-    const auto entry = monitor(watch, name);
+    monitor(watch, name);
     EntrySettings settings;
     settings.name = PUtils::toUtf8(PLiteral(name));
     settings.period = watch.period;
-    using S = EntrySettings;
-    for (auto const& [flag, member] : std::map<char, bool S::*>{{'c', &S::cpuEnabled},
-                                                                {'m', &S::memEnabled},
-                                                                {'i', &S::instEnabled},
-                                                                {'r', &S::respawnEnabled},
-                                                                {'d', &S::countOnlyDiffParents},
-                                                                {'n', &S::countOnlyRunning}}) {
-      settings.*member = watch.on.find(flag) != std::string::npos;
-    }
+    const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
+    settings.cpuEnabled = isOn('c');
+    settings.memEnabled = isOn('m');
+    settings.instEnabled = isOn('i');
+    settings.respawnEnabled = isOn('r');
+    settings.countOnlyDiffParents = isOn('d');
+    settings.countOnlyRunning = isOn('n');
     settings.cpuLimit = watch.limit;
     settings.memLimit = settings.instLimit = watch.limit;
     settings.respawnLimit = watch.respawnLimit;
     settings.action = watch.action == restart ? "restart" : "terminate";
     fBoard->put(settings);
-    fNames.insert(settings.name);
   }
 
   void changeProcesses() {
     auto const below = [this](unsigned int end) { return fUtilities->below(end); };
-    for (std::string const& name : fNames) {
+    for (const char* name : {"again", "both", "cpu", "each", "number"}) {
       processes[name].clear();
       for (unsigned int pid = 10; pid < 15; ++pid) {
         if (below(4) == 0) continue;
@@ -109,10 +105,9 @@ class Mirror : public PluginFixture {
     for (WatchRecord const& record : batch.records) {
       if (record.text.starts_with("restart: ")) continue;
       const bool isAverage = record.text.find("average") != std::string::npos;
-      const auto withoutSamples = record.text.substr(0, record.text.find(" over "));
+      const std::string pid = isAverage ? fmt::format(" {}", *record.pid) : "";
       const std::string line =
-          fmt::format("{}{}: {}\n", record.entry, isAverage ? fmt::format(" {}", *record.pid) : "",
-                      withoutSamples);
+          record.entry + pid + ": " + record.text.substr(0, record.text.find(" over ")) + '\n';
       if (isAverage || line != last) all += line;
       last = line;
     }
@@ -171,7 +166,6 @@ class Mirror : public PluginFixture {
   std::shared_ptr<RecordJournal> fJournal = std::make_shared<RecordJournal>();
   std::shared_ptr<WatchBoard> fBoard =
       std::make_shared<WatchBoard>(fJournal, std::make_shared<TickClock>());
-  std::set<std::string> fNames;
   std::uint64_t fNext = 1;
   std::size_t fWindowsOver = 0;
 };
