@@ -17,7 +17,15 @@ run_lint() {
   (cd "$root" && find framework plugin watchdog host examples tests bench -name '*.h' -o -name '*.cpp' |
     xargs clang-format --dry-run --Werror)
   echo "== lint: clang-tidy"
-  build lint
+  # Over the compile commands alone: compiling as well would take half as long again.
+  (
+    cd "$root"
+    cmake --preset lint -Wno-dev >/dev/null
+    run-clang-tidy -quiet -p build/lint -j "$(nproc)" >build/lint/findings.txt 2>&1 || {
+      grep -A 5 -E 'error:|warning:' build/lint/findings.txt || cat build/lint/findings.txt
+      exit 1
+    }
+  )
 }
 
 run_tests() {

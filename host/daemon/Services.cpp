@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "framework/PResult.h"
+#include "host/HoldRef.h"
 #include "host/libvesk/Runtime.h"
 #include "host/services/EventDispatcher.h"
-#include "host/services/HoldRef.h"
 #include "host/services/Logger.h"
 #include "host/watch/ObservedUtilities.h"
 #include "host/watch/RecordedServices.h"

@@ -3,8 +3,8 @@
 #include "framework/PResult.h"
 #include "framework/PUtils.h"
 #include "framework/veskGetInstance.h"
+#include "host/HoldRef.h"
 #include "host/entries/EntrySettings.h"
-#include "host/services/HoldRef.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "framework/PUtils.h"
-#include "host/services/HoldRef.h"
+#include "host/HoldRef.h"
 
 EventQueue::EventQueue(std::shared_ptr<spdlog::logger> log, std::size_t capacity)
     : fLog(std::move(log)), fCapacity(capacity) {}

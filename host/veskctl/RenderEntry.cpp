@@ -76,7 +76,8 @@ std::string limitsOf(Json const& settings) {
   };
   add("cpu_enabled", "CPU " + percentOf(settings, "cpu_limit"));
   add("mem_enabled", "memory " + memoryOf(settings, "mem_limit"));
-  add("inst_enabled", countOf(settings, "inst_limit") + " instances are too many");
+  const auto most = static_cast<unsigned long long>(integerOf(settings, "inst_limit"));
+  add("inst_enabled", counted(most, "instance is", "instances are") + " too many");
   const long long least = integerOf(settings, "respawn_limit", -1);
   add("respawn_enabled",
       least < 0 ? "one more is started at every sample"

@@ -3,11 +3,10 @@
 #include <utility>
 
 #include "framework/PResult.h"
+#include "host/HoldRef.h"
 
 RecordedEvents::RecordedEvents(IEventDispatcher* inner, std::shared_ptr<WatchBoard> board)
-    : fBoard(std::move(board)) {
-  fInner = inner;
-}
+    : fInner(holdRef(inner)), fBoard(std::move(board)) {}
 
 int RecordedEvents::subscribe(PLiteral const& topic, IEventListener* listener) {
   return fInner->subscribe(topic, listener);
@@ -24,9 +23,7 @@ int RecordedEvents::postEvent(PLiteral const& topic, IBase* source, int value) {
 }
 
 RecordedRestart::RecordedRestart(IOSRestart* inner, std::shared_ptr<WatchBoard> board)
-    : fBoard(std::move(board)) {
-  fInner = inner;
-}
+    : fInner(holdRef(inner)), fBoard(std::move(board)) {}
 
 int RecordedRestart::restart(int mode) {
   fBoard->beginRestart();

@@ -6,7 +6,6 @@
 #include "framework/IOSRestart.h"
 #include "host/RefCounted.h"
 #include "host/watch/WatchBoard.h"
-#include "plugin/PBaseptr.h"
 
 /// Passes everything on to another dispatcher, and tells the board what was
 /// published. Any thread may call.
@@ -22,7 +21,7 @@ class RecordedEvents : public RefCounted<IEventDispatcher> {
  private:
   ~RecordedEvents() override = default;
 
-  PBaseptr<IEventDispatcher> fInner;
+  const std::shared_ptr<IEventDispatcher> fInner;
   const std::shared_ptr<WatchBoard> fBoard;
 };
 
@@ -37,6 +36,6 @@ class RecordedRestart : public RefCounted<IOSRestart> {
  private:
   ~RecordedRestart() override = default;
 
-  PBaseptr<IOSRestart> fInner;
+  const std::shared_ptr<IOSRestart> fInner;
   const std::shared_ptr<WatchBoard> fBoard;
 };

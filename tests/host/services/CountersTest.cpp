@@ -3,8 +3,8 @@
 #include <thread>
 
 #include "framework/PResult.h"
+#include "host/HoldRef.h"
 #include "host/services/ExtCounters.h"
-#include "host/services/HoldRef.h"
 
 namespace {
 

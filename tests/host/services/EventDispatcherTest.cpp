@@ -8,7 +8,7 @@
 
 #include "framework/PResult.h"
 #include "framework/PUtils.h"
-#include "host/services/HoldRef.h"
+#include "host/HoldRef.h"
 #include "tests/host/services/CollectedLog.h"
 
 using testing::ElementsAre;

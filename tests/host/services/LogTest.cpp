@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "host/services/HoldRef.h"
+#include "host/HoldRef.h"
 #include "host/services/LogFormat.h"
 #include "host/services/LogLevels.h"
 #include "host/services/Logger.h"

@@ -4,7 +4,7 @@
 #include <cerrno>
 
 #include "framework/PResult.h"
-#include "host/services/HoldRef.h"
+#include "host/HoldRef.h"
 #include "host/services/OsRestart.h"
 #include "tests/host/process/TemporaryFolder.h"
 #include "tests/host/services/CollectedLog.h"
