@@ -10,23 +10,11 @@
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-# For comparison only. The package brings a service, which is not wanted: it is
-# started neither now nor with the machine.
-install_monit() (
-  policy=/usr/sbin/policy-rc.d
-  if [ ! -e "$policy" ]; then
-    trap 'rm -f "$policy"' EXIT
-    printf '#!/bin/sh\nexit 101\n' >"$policy"
-    chmod +x "$policy"
-  fi
-  install_missing monit
-  ! command -v systemctl >/dev/null || systemctl disable --quiet monit
-)
-
 prepare() {
   install_missing "${packages[@]}" "${bench_packages[@]}"
   if [ "$1" = vesk_bench_whole ] && ! command -v monit >/dev/null; then
-    install_monit || echo "monit cannot be installed"
+    # For comparison only.
+    (install_missing monit) || echo "monit cannot be installed"
   fi
   build bench "$1"
 }

@@ -17,7 +17,19 @@ die() {
   exit 1
 }
 
-# Installs those of the given Debian packages that are missing.
+# Runs a command while no package may start a service.
+without_services() (
+  policy=/usr/sbin/policy-rc.d
+  if [ ! -e "$policy" ]; then
+    trap 'rm -f "$policy"' EXIT
+    printf '#!/bin/sh\nexit 101\n' >"$policy"
+    chmod +x "$policy"
+  fi
+  "$@"
+)
+
+# Installs those of the given Debian packages that are missing. Some bring a service,
+# which nobody asked for: it is started neither now nor with the machine.
 install_missing() {
   local package missing=()
   for package in "$@"; do
@@ -29,7 +41,10 @@ install_missing() {
   echo "Installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
-  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  without_services apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  ! command -v systemctl >/dev/null || for package in "${missing[@]}"; do
+    [ ! -e "/lib/systemd/system/$package.service" ] || systemctl disable --quiet "$package"
+  done
 }
 
 # build PRESET [TARGET...]: configures and builds.
