@@ -122,6 +122,7 @@ ApiResult Reload::apply(CheckedFile checked) {
   if (restart(fPlan, formerCause)) {
     return refuse(fmt::format("{}; the former configuration is in force again", cause));
   }
+  if (fIsStopping) return ApiError{ApiError::Code::unavailable, formerCause};
   fIsLost = true;
   return refuse(fmt::format("{}; nor with the former configuration: {}", cause, formerCause));
 }

@@ -12,7 +12,21 @@ using testing::StartsWith;
 
 namespace {
 
-using Reload = VeskdFixture;
+class Reload : public VeskdFixture {
+ protected:
+  /// A daemon that is asked to reload while a program that will not end holds a pass.
+  std::unique_ptr<ChildProcess> runHeld(std::string& pid) {
+    auto veskd =
+        run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
+            "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
+    const std::string running = veskd->awaitLine(" pid ");
+    pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
+    EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
+    veskd->signal(SIGHUP);
+    EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
+    return veskd;
+  }
+};
 
 pid_t awaitStart(ChildProcess& veskd, std::string const& name) {
   const std::string line = veskd.awaitLine("Successfully restarted `" + name + "'");
@@ -67,14 +81,8 @@ TEST_F(Reload, IsToldToTheServiceManagerWhichNeedNotFearThatNobodyLooks) {
 }
 
 TEST_F(Reload, IsGivenUpWhereTheHostIsToStop) {
-  auto veskd =
-      run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
-          "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
-  const std::string running = veskd->awaitLine(" pid ");
-  const std::string pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
-  EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
-  veskd->signal(SIGHUP);
-  EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
+  std::string pid;
+  auto veskd = runHeld(pid);
   veskd->signal(SIGTERM);
   // Taken, though the pass goes on.
   while (contentOf("/proc/" + pid + "/status").find("ShdPnd:\t0000000000000000") ==
@@ -108,14 +116,8 @@ TEST_F(Reload, GoesBackToWhatWasReadBeforeWhenAPluginDoesNotStart) {
 }
 
 TEST_F(Reload, ASecondInterruptEndsTheHostThoughTheMainThreadIsHeld) {
-  auto veskd =
-      run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
-          "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
-  const std::string running = veskd->awaitLine(" pid ");
-  const std::string pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
-  EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
-  veskd->signal(SIGHUP);
-  EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
+  std::string pid;
+  auto veskd = runHeld(pid);
   const std::string stat = "/proc/" + pid + "/stat";
   while (contentOf(stat).find(") Z ") == std::string::npos) veskd->signal(SIGINT);
   EXPECT_EQ(veskd->awaitEnd(), -SIGINT);
