@@ -11,6 +11,16 @@ packages=(
 )
 lint_packages=(clang-tidy clang-format)
 bench_packages=(libbenchmark-dev)
+# For 32-bit ARM: what builds on this machine and runs the result, and what stands in
+# the target's own root folder: libraries to build with, programs that tests call.
+cross_packages=(g++-arm-linux-gnueabihf qemu-user-static)
+target_packages=(
+  libc6-dev libstdc++-12-dev
+  libtomlplusplus-dev libspdlog-dev libfmt-dev libcli11-dev libutfcpp-dev
+  nlohmann-json3-dev libmicrohttpd-dev libcurl4-openssl-dev prometheus-cpp-dev
+  libgtest-dev libgmock-dev
+  bash binutils coreutils dash grep libc-bin procps prometheus sed util-linux
+)
 
 die() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2
