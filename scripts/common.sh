@@ -19,7 +19,7 @@ target_packages=(
   libtomlplusplus-dev libspdlog-dev libfmt-dev libcli11-dev libutfcpp-dev
   nlohmann-json3-dev libmicrohttpd-dev libcurl4-openssl-dev prometheus-cpp-dev
   libgtest-dev libgmock-dev
-  bash binutils coreutils dash grep libc-bin procps prometheus sed util-linux
+  base-passwd bash binutils coreutils dash grep libc-bin procps prometheus sed util-linux
 )
 
 die() {

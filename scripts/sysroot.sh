@@ -34,4 +34,7 @@ for package in "$store"/cache/archives/*.deb; do
   dpkg-deb --fsys-tarfile "$package" | tar -x -C "$sysroot" --keep-directory-symlink
 done
 rm -rf "$store"
+# Users are what setting up would have brought.
+cp "$sysroot/usr/share/base-passwd/passwd.master" "$sysroot/etc/passwd"
+cp "$sysroot/usr/share/base-passwd/group.master" "$sysroot/etc/group"
 echo "${target_packages[*]}" >"$stamp"

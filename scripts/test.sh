@@ -4,12 +4,12 @@
 #   scripts/test.sh [PRESET...]
 #
 # PRESET: default, asan (AddressSanitizer and UndefinedBehaviorSanitizer), tsan
-# (ThreadSanitizer), lint (clang-format and clang-tidy), or all. Without one:
-# default.
+# (ThreadSanitizer), armhf (built for 32-bit ARM and run in its emulator), lint
+# (clang-format and clang-tidy), or all. Without one: default.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-known=(lint default asan tsan)
+known=(lint default asan tsan armhf)
 
 run_lint() {
   install_missing "${lint_packages[@]}" "${bench_packages[@]}"
@@ -30,14 +30,39 @@ run_lint() {
 
 run_tests() {
   local preset=$1 launcher=()
+  if [ "$preset" = armhf ]; then
+    install_missing "${cross_packages[@]}"
+    "$root/scripts/sysroot.sh"
+  fi
   echo "== $preset: build"
   build "$preset"
   echo "== $preset: test"
+  if [ "$preset" = armhf ]; then
+    run_emulated
+    return
+  fi
   # ThreadSanitizer of this compiler cannot cope with every address layout.
   if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
     launcher=(setarch "$(uname -m)" -R)
   fi
   (cd "$root" && "${launcher[@]}" ctest --preset "$preset" -j "$(nproc)")
+}
+
+# The same tests in the target's emulator, but those that it cannot run.
+run_emulated() {
+  local skipped=$root/tests/armhf-skipped.txt run=("$root/scripts/on-target.sh" --native ctest --preset armhf)
+  local output=$root/build/armhf/tests.txt names name all
+  names=$(sed '/^#/d; s/: .*//' "$skipped")
+  cd "$root"
+  all=$("${run[@]}" -N | sed -n 's/^ *Test *#[0-9]*: //p')
+  for name in $names; do
+    grep -qxF "$name" <<<"$all" || die "$skipped: no such test: $name"
+  done
+  names=${names//./\\.}
+  "${run[@]}" -j "$(nproc)" -E "^(${names//$'\n'/|})\$" | tee "$output"
+  echo "Left out, for the emulator cannot do it:"
+  sed '/^#/d; s/^/  /' "$skipped"
+  ! grep -F '***Skipped' "$output" || die "skipped without a reason in $skipped"
 }
 
 [ $# -gt 0 ] || set -- default
@@ -49,5 +74,8 @@ done
 install_missing "${packages[@]}"
 for preset in "$@"; do
   if [ "$preset" = lint ]; then run_lint; else run_tests "$preset"; fi
+done
+for preset in "$@"; do
+  [[ " default armhf " != *" $preset "* ]] || "$root/scripts/footprint.sh" "$preset"
 done
 echo "All passed: $*"

@@ -2,9 +2,11 @@
 # Two watchdogs and the real Prometheus with the shipped rules: both are scraped, and
 # when one is stopped, the alert comes for that one and no other.
 #
-#   fleet.sh VESKD PLUGIN FOLDER      FOLDER is packaging/prometheus
+#   fleet.sh PLUGIN FOLDER VESKD...   FOLDER is packaging/prometheus, VESKD a command
 set -euo pipefail
-veskd=$1 plugin=$2 shipped=$3
+plugin=$1 shipped=$2
+shift 2
+veskd=("$@")
 patience=60 # seconds for anything to happen; most takes a second
 
 folder=$(mktemp -d)
@@ -75,7 +77,7 @@ name = "$name"
 cpu_enabled = true
 cpu_limit = 100
 TOML
-  start_logged $name "$veskd" -c "$folder/$name.toml"
+  start_logged $name "${veskd[@]}" -c "$folder/$name.toml"
   await "metrics of $name" scrape_text "$address" >/dev/null
 done
 both=$(printf '%s\n' "${hosts[@]}" | sort | paste -sd' ')

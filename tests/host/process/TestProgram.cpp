@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <set>
 #include <string>
 
 namespace {
@@ -38,7 +39,9 @@ void report(int argc, char** argv) {
   ::getrlimit(RLIMIT_NOFILE, &files);
   std::printf("umask %03o, nofile %d:%d, environment ", ::umask(0),
               static_cast<int>(files.rlim_cur), static_cast<int>(files.rlim_max));
-  for (char** entry = environ; *entry != nullptr; ++entry) std::printf("%s|", *entry);
+  std::set<std::string> environment;  // an emulator may change the order
+  for (char** entry = environ; *entry != nullptr; ++entry) environment.insert(*entry);
+  for (auto const& entry : environment) std::printf("%s|", entry.c_str());
   char cwd[4096];
   std::printf("\nfolder %s\n", ::getcwd(cwd, sizeof cwd));
 }
