@@ -21,6 +21,12 @@ target_packages=(
   libgtest-dev libgmock-dev
   base-passwd bash binutils coreutils dash grep libc-bin procps prometheus sed util-linux
 )
+# For a whole machine of the target's: what makes and runs it here, and what is in it.
+device_packages=(debootstrap debian-archive-keyring qemu-system-arm e2fsprogs)
+image_packages=(
+  systemd-sysv dbus procps kmod initramfs-tools zstd
+  libtomlplusplus3 libspdlog1.10 libfmt9 libmicrohttpd12 libcurl4 libprometheus-cpp-core1.0
+)
 
 die() {
   printf '%s: %s\n' "$(basename "$0")" "$*" >&2

@@ -1,0 +1,255 @@
+#!/usr/bin/env bash
+# Tries the installed veskd in a machine that was made for nothing else, with systemd as
+# its first process: scripts/device.sh boots one and runs this by trial.service. Goes on
+# after the restart of the machine, which is a part of it. Writes what it saw and found
+# to $report and, when all is over, `ok' or what is wrong to $verdict.
+set -uo pipefail
+
+folder=/var/lib/trial
+report=$folder/report.md
+verdict=$folder/verdict
+failures=$folder/failures
+config=/etc/veskd.toml
+
+exec > >(tee -a "$report" >/dev/console) 2>&1
+
+say() { printf '\n%s\n' "$*"; }
+
+indent() { sed 's/^/    /; s/[[:blank:]]*$//'; }
+
+# Shows a command line and what it prints.
+type_in() {
+  local output status=0
+  output=$(bash -c "$1" 2>&1 </dev/null) || status=$?
+  printf '\n    $ %s\n' "$1"
+  [ -z "$output" ] || indent <<<"$output"
+  [ "$status" -eq 0 ] || printf '    (exit status %s)\n' "$status"
+}
+
+note_failure() { printf '%s\n' "$1" >>"$failures"; }
+
+# check SECONDS WHAT COMMAND...: holds if the command succeeds within that time.
+check() {
+  local seconds=$1 what=$2 begin=${EPOCHREALTIME/./}
+  shift 2
+  until "$@" >/dev/null 2>&1; do
+    if [ $((${EPOCHREALTIME/./} - begin)) -ge $((seconds * 1000000)) ]; then
+      printf '\n- **FAIL** %s, not in %s s\n' "$what" "$seconds"
+      note_failure "$what"
+      return 1
+    fi
+    sleep 0.2
+  done
+  printf '\n- ok: %s (after %s ms)\n' "$what" $(((${EPOCHREALTIME/./} - begin) / 1000))
+}
+
+show() { systemctl show veskd -P "$1"; }
+is_active() { systemctl is-active -q veskd; }
+is_inactive() { [ "$(show ActiveState)" = inactive ]; }
+main_pid_differs() { is_active && [ "$(show MainPID)" -gt 1 ] && [ "$(show MainPID)" != "$1" ]; }
+is_only_pump() { [ "$(pgrep -x pump)" = "$1" ]; }
+has_logged() { journalctl -b -q -u veskd -o cat --no-pager | grep -q -- "$1"; }
+status_shows() { veskctl status | grep -Eq -- "$1"; }
+has_new_life() { [ "$(show WatchdogTimestampMonotonic)" != "$1" ]; }
+# Protocol 11 is the process connector's.
+is_connected() { awk '$2 == 11 && $3 != 0' /proc/net/netlink | grep -q .; }
+
+describe_process() {
+  # shellcheck disable=SC2012 # names of descriptors are numbers
+  printf 'Pid: %s\n%s\n%s\nDescriptors: %s\n' "$1" \
+    "$(grep -E '^(VmPeak|VmSize|VmHWM|VmRSS|RssAnon|RssFile|VmStk|VmLib|Threads):' "/proc/$1/status")" \
+    "$(grep -E '^(Pss|Private_Dirty|Private_Clean):' "/proc/$1/smaps_rollup")" \
+    "$(ls "/proc/$1/fd" | wc -l)"
+}
+
+see_machine() {
+  say "## The machine, seen from inside"
+  type_in 'uname -a'
+  type_in "grep -E 'model name|BogoMIPS|Features|Hardware' /proc/cpuinfo | sort | uniq -c"
+  type_in 'getconf PAGESIZE; getconf LONG_BIT'
+  type_in 'free -k'
+  type_in 'cat /etc/debian_version; dpkg --print-architecture; systemctl --version | head -n 1'
+  type_in 'cat /proc/sys/kernel/pid_max; ls /proc | grep -c "^[0-9]"'
+  type_in 'systemctl is-system-running --wait; systemd-analyze time; systemctl --failed --no-legend'
+}
+
+# Enabled as after an installation, with one program to be watched.
+see_service() {
+  say "## Started with the machine, under systemd"
+  check 60 "the unit is active, so READY=1 was seen" is_active
+  check 10 "the program that was missing, \`pump', runs" pgrep -x pump
+  pump=$(pgrep -x pump)
+  type_in 'systemctl status veskd --no-pager --full --lines=20'
+  type_in 'veskd --version; veskd --check -c /etc/veskd.toml && echo fine'
+  type_in 'veskctl status'
+  type_in 'veskctl explain pump'
+  check 5 "the kernel reports processes to it, by the process connector" is_connected
+  type_in "ls -l /proc/\$(systemctl show veskd -P MainPID)/fd | awk '{print \$9, \$10, \$11}'"
+}
+
+see_signs_of_life() {
+  local last
+  last=$(show WatchdogTimestampMonotonic)
+  check 45 "a sign of life comes, a quarter of WatchdogSec at most after the last" \
+    has_new_life "$last"
+  say "What the service takes at rest:"
+  printf '\n'
+  describe_process "$(show MainPID)" | indent
+}
+
+see_reload() {
+  say "## Reload"
+  cat >>"$config" <<'EOF'
+
+[watchdog.process.2]
+name = "valve"
+executable = "/usr/local/bin/valve"
+arguments = "idle"
+respawn_enabled = true
+respawn_limit = 1
+EOF
+  local main
+  main=$(show MainPID)
+  type_in 'systemctl reload veskd'
+  check 15 "the program that the configuration has now, \`valve', is started" pgrep -x valve
+  check 1 "veskd is the same process, and active" [ "$(show MainPID)" = "$main" ]
+  check 1 "\`pump' is the same process" is_only_pump "$pump"
+  type_in 'veskctl status'
+}
+
+see_kill() {
+  say "## Killed"
+  local main
+  main=$(show MainPID)
+  type_in "kill -KILL \$(systemctl show veskd -P MainPID)"
+  check 15 "systemd has started another veskd" main_pid_differs "$main"
+  check 15 "it looks at its programs" status_shows '2 ok'
+  check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  type_in 'systemctl show veskd -p NRestarts'
+}
+
+# A worker that hangs cannot be had from outside; a host that hangs as a whole can.
+see_hang() {
+  say "## Hanging"
+  say "With a \`WatchdogSec\` of 8 s in place of the 2 min, so that it does not take as long:"
+  mkdir -p /run/systemd/system/veskd.service.d
+  printf '[Service]\nWatchdogSec=8\n' >/run/systemd/system/veskd.service.d/trial.conf
+  type_in 'systemctl daemon-reload; systemctl restart veskd'
+  local main
+  main=$(show MainPID)
+  sleep 20
+  check 1 "the same veskd is active after 20 s" [ "$(show MainPID)" = "$main" ]
+  type_in "kill -STOP \$(systemctl show veskd -P MainPID)"
+  check 120 "systemd has ended it, and started another" main_pid_differs "$main"
+  check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  rm -r /run/systemd/system/veskd.service.d
+  systemctl daemon-reload
+}
+
+see_stop() {
+  say "## Stop, and start"
+  type_in 'systemctl stop veskd'
+  check 1 "the unit is inactive" is_inactive
+  check 1 "\`pump' runs on" is_only_pump "$pump"
+  type_in 'systemctl start veskd'
+  check 15 "it looks at its programs" status_shows '2 ok'
+  check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  type_in 'systemctl stop veskd'
+}
+
+see_init_script() {
+  say "## The init script, with Debian's start-stop-daemon"
+  type_in '/etc/init.d/veskd start'
+  check 15 "it looks at its programs" status_shows '2 ok'
+  type_in '/etc/init.d/veskd status'
+  type_in '/etc/init.d/veskd reload'
+  type_in '/etc/init.d/veskd restart'
+  check 15 "it looks at its programs" status_shows '2 ok'
+  check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  type_in '/etc/init.d/veskd stop'
+  check 1 "\`pump' runs on" is_only_pump "$pump"
+}
+
+# Keeps the last look at the only veskd there is.
+watch_host() {
+  local pid look
+  until pid=$(pgrep -x veskd); do sleep 0.2; done
+  while look=$(describe_process "$pid" 2>/dev/null); do
+    ! grep -q VmRSS <<<"$look" || printf '%s\n' "$look" >"$folder/demo-host"
+    sleep 1
+  done
+}
+
+see_demo() {
+  say "## The demonstration"
+  printf '\n'
+  watch_host &
+  local watcher=$! status=0
+  /usr/local/lib/trial/play-demo.sh /usr/local/lib/trial /usr/local/lib/trial/demo.toml \
+    >"$folder/demo" 2>&1 || status=$?
+  kill "$watcher"
+  indent <"$folder/demo"
+  check 0 "all five happened" [ "$status" -eq 0 ]
+  say "What veskd took at the end of it:"
+  printf '\n'
+  indent <"$folder/demo-host"
+}
+
+see_os_restart() {
+  say "## Restart of the machine"
+  say "A program that only a restart of the machine helps, and no \`restart_command\`: it is the kernel's own."
+  sed -i 's/^restart_min_uptime = .*/restart_min_uptime = 0/' "$config"
+  cat >>"$config" <<'EOF'
+
+[watchdog.process.3]
+name = "boiler"
+inst_enabled = true
+inst_limit = 1
+action = "osrestart"
+EOF
+  say "veskd's whole log until then:"
+  type_in 'journalctl -b -q -u veskd -o short-monotonic --no-hostname --no-pager'
+  setsid boiler idle </dev/null >/dev/null 2>&1 &
+  printf '\n    $ boiler idle & systemctl start veskd\n'
+  touch "$folder/restarting"
+  sync
+  systemctl start veskd
+  sleep 120
+  check 0 "the machine went down" false
+}
+
+see_after_restart() {
+  say "## After the restart of the machine"
+  check 60 "the unit is active" is_active
+  check 15 "it looks at its programs, which it has started again" status_shows '2 ok'
+  check 5 "its log says why the machine was restarted" has_logged 'boiler'
+  type_in 'journalctl -b -q -u veskd -o short-monotonic --no-hostname --no-pager'
+  type_in 'cat /var/lib/veskd/restarts'
+}
+
+finish() {
+  say "## Verdict"
+  local result=ok
+  [ ! -s "$failures" ] || result=$(sed 's/^/- /' "$failures")
+  printf '\n%s\n' "$result"
+  sleep 1 # for tee
+  printf '%s\n' "$result" >"$verdict"
+  sync
+}
+
+if [ ! -e "$folder/restarting" ]; then
+  mkdir -p "$folder"
+  see_machine
+  see_service
+  see_signs_of_life
+  see_reload
+  see_kill
+  see_hang
+  see_stop
+  see_init_script
+  see_demo
+  see_os_restart
+else
+  see_after_restart
+fi
+finish
