@@ -86,6 +86,7 @@ install_product() {
 
 install_trial() {
   local folder=/usr/local/lib/trial name
+  mkdir "$work/root$trial"
   put 755 "$root/packaging/image/trial.sh" "$folder/trial.sh"
   put 644 "$root/packaging/image/trial.service" /usr/lib/systemd/system/trial.service
   enable_unit trial.service
@@ -150,10 +151,10 @@ emulation's, on two shared cores of x86-64; a real device of that kind is faster
 |---|---|
 EOF
   for name in "${steps[@]}"; do printf '| %s | %s |\n' "$name" "${taken[$name]}"; done
-  printf '\nThe first lines of the kernel, and the last, after a restart in between:\n\n'
+  printf '\nThe first lines of the kernel, and the last of both boots:\n\n'
   kernel_lines | sed -n 1,8p | sed 's/^/    /'
   echo "    ..."
-  kernel_lines | tail -n 4 | sed 's/^/    /'
+  kernel_lines | grep 'reboot:' | sed 's/^/    /'
   echo
   read_file report.md
 }

@@ -52,6 +52,7 @@ has_logged() { journalctl -b -q -u veskd -o cat --no-pager | grep -q -- "$1"; }
 status_shows() { veskctl status | grep -Eq -- "$1"; }
 has_new_life() { [ "$(show WatchdogTimestampMonotonic)" != "$1" ]; }
 # Protocol 11 is the process connector's.
+holds_pidfd() { find "/proc/$1/fd" -lname '*pidfd*' | grep -q .; }
 is_connected() { awk '$2 == 11 && $3 != 0' /proc/net/netlink | grep -q .; }
 
 describe_process() {
@@ -84,7 +85,8 @@ see_service() {
   type_in 'veskctl status'
   type_in 'veskctl explain pump'
   check 5 "the kernel reports processes to it, by the process connector" is_connected
-  type_in "ls -l /proc/\$(systemctl show veskd -P MainPID)/fd | awk '{print \$9, \$10, \$11}'"
+  check 5 "it holds its programs by pidfd" holds_pidfd "$(show MainPID)"
+  type_in "ls -l /proc/\$(systemctl show veskd -P MainPID)/fd | awk 'NF > 2 {print \$9, \$10, \$11}'"
 }
 
 see_signs_of_life() {
@@ -114,6 +116,7 @@ EOF
   check 15 "the program that the configuration has now, \`valve', is started" pgrep -x valve
   check 1 "veskd is the same process, and active" [ "$(show MainPID)" = "$main" ]
   check 1 "\`pump' is the same process" is_only_pump "$pump"
+  check 15 "it looks at both" status_shows '2 ok'
   type_in 'veskctl status'
 }
 
@@ -142,6 +145,7 @@ see_hang() {
   type_in "kill -STOP \$(systemctl show veskd -P MainPID)"
   check 120 "systemd has ended it, and started another" main_pid_differs "$main"
   check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  type_in 'systemctl show veskd -p NRestarts; ls /core* 2>&1'
   rm -r /run/systemd/system/veskd.service.d
   systemctl daemon-reload
 }
@@ -175,7 +179,7 @@ watch_host() {
   local pid look
   until pid=$(pgrep -x veskd); do sleep 0.2; done
   while look=$(describe_process "$pid" 2>/dev/null); do
-    ! grep -q VmRSS <<<"$look" || printf '%s\n' "$look" >"$folder/demo-host"
+    ! grep -q 'Descriptors: [1-9]' <<<"$look" || printf '%s\n' "$look" >"$folder/demo-host"
     sleep 1
   done
 }
@@ -238,7 +242,6 @@ finish() {
 }
 
 if [ ! -e "$folder/restarting" ]; then
-  mkdir -p "$folder"
   see_machine
   see_service
   see_signs_of_life
