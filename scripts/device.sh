@@ -35,7 +35,7 @@ step() {
   shift
   echo "== $name"
   "$@"
-  taken[$name]=$((SECONDS - begin))
+  taken[$name]=${taken[$name]:-$((SECONDS - begin))}
 }
 
 find_mirror() {
@@ -46,15 +46,19 @@ find_mirror() {
   echo "$mirror"
 }
 
-# Made once: it changes with what is to be in it only.
+# Made once: it changes with what is to be in it only. How long it took is told again.
 make_base() {
-  local wanted
+  local wanted begin=$SECONDS
   wanted="${image_packages[*]} $(cat "$root/packaging/image/make-root.sh")"
-  [ "$(cat "$work/base.complete" 2>/dev/null)" != "$wanted" ] || return 0
+  if [ "$(cat "$work/base.complete" 2>/dev/null)" = "$wanted" ]; then
+    taken[${steps[0]}]="$(cat "$work/base.seconds"), in an earlier run"
+    return
+  fi
   rm -rf "$work/base" "$work/base.complete"
   unshare --mount --pid --fork "$root/packaging/image/make-root.sh" "$(find_mirror)" \
     "$work/base" "${image_packages[@]}" >"$work/base.log" 2>&1 ||
     die "no root folder could be made, see $work/base.log"
+  echo $((SECONDS - begin)) >"$work/base.seconds"
   echo "$wanted" >"$work/base.complete"
 }
 
