@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "framework/PGuard.h"
+#include "watchdog/Guarded.h"
 #include "watchdog/ProcessWatchdogResult.h"
 
 IPlugin* veskGetPlugin() { return new (std::nothrow) PProcessWatchdogPlugin; }
@@ -16,25 +16,25 @@ int PProcessWatchdogPlugin::decRef() {
 }
 
 int PProcessWatchdogPlugin::init() {
-  const int created = pGuarded([this] {
+  const int created = guarded([this] {
     pTake(fWatchdog, new PProcessWatchdog);
-    return PResult::ok;
+    return FrameworkResult::ok;
   });
-  if (created != PResult::ok) return ProcessWatchdogResult::noService;
+  if (created != FrameworkResult::ok) return ProcessWatchdogResult::noService;
   const int res = fWatchdog->init();
-  if (res != PResult::ok) fWatchdog = nullptr;
+  if (res != FrameworkResult::ok) fWatchdog = nullptr;
   return res;
 }
 
 PString* PProcessWatchdogPlugin::getInterfaces(unsigned int& count) {
   PString* interfaces = nullptr;
-  const int res = pGuarded([&] {
+  const int res = guarded([&] {
     interfaces = new PString[2];
     interfaces[0] = ID_IPROCESSWATCHDOG;
     interfaces[1] = ID_IPROCESSWATCHDOGENTRY;
-    return PResult::ok;
+    return FrameworkResult::ok;
   });
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     delete[] interfaces;
     interfaces = nullptr;
   }
@@ -46,11 +46,11 @@ int PProcessWatchdogPlugin::getInstance(PLiteral const& id, IBase*& instance) {
   instance = nullptr;
   if (id == ID_IPROCESSWATCHDOG) {
     instance = fWatchdog.get();
-    return PResult::ok;
+    return FrameworkResult::ok;
   }
   if (id == ID_IPROCESSWATCHDOGENTRY) {
     instance = new (std::nothrow) PProcessWatchdogEntry;
-    return instance != nullptr ? PResult::ok : PResult::outOfMemory;
+    return instance != nullptr ? FrameworkResult::ok : FrameworkResult::outOfMemory;
   }
   return ProcessWatchdogResult::unknownInterface;
 }

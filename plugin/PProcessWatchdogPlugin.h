@@ -1,7 +1,6 @@
 #pragma once
 
 #include "framework/IPlugin.h"
-#include "framework/PApi.h"
 #include "framework/PCounter.h"
 #include "plugin/PBaseptr.h"
 #include "watchdog/PProcessWatchdog.h"
@@ -29,4 +28,4 @@ class PProcessWatchdogPlugin : public IPlugin {
 
 /// The library's one exported function: makes a plug-in object, with the
 /// reference count 0, and does nothing else. Null when memory ran out.
-VESK_API IPlugin* veskGetPlugin();
+[[gnu::visibility("default")]] IPlugin* veskGetPlugin();

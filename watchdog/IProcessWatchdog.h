@@ -22,7 +22,7 @@ inline constexpr wchar_t kTopicInstHigh[] = L"event.watchdog.process.inst_high";
 ///
 /// All operations may be called from any thread. What looks at the registry waits
 /// while a sample is being taken, for as long as that lasts, and takes effect with
-/// the next one. Results are those of `ProcessWatchdogResult`, or of `PResult` when
+/// the next one. Results are those of `ProcessWatchdogResult`, or of the framework when
 /// memory runs out; nothing is changed then.
 class IProcessWatchdog : public IBase {
  public:

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "framework/PGuard.h"
 #include "framework/veskGetInstance.h"
 #include "plugin/PBaseptr.h"
+#include "watchdog/Guarded.h"
 
 /// Looks a service up and holds it.
 /// @return the lookup's result. A lookup that succeeds without an object leaves
@@ -11,9 +11,9 @@ template <class Interface>
 int obtainInstance(PLiteral const& id, PBaseptr<Interface>& holder) {
   IBase* instance = nullptr;
   const int res = veskGetInstance(id, instance);
-  if (res != PResult::ok) return res;
-  return pGuarded([&] {
+  if (res != FrameworkResult::ok) return res;
+  return guarded([&] {
     pTake(holder, static_cast<Interface*>(instance));
-    return PResult::ok;
+    return FrameworkResult::ok;
   });
 }

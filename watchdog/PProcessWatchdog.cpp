@@ -1,11 +1,11 @@
 #include "watchdog/PProcessWatchdog.h"
 
-#include "framework/PGuard.h"
+#include "watchdog/Guarded.h"
 #include "watchdog/ObtainInstance.h"
 
 PProcessWatchdog::PProcessWatchdog() {
   // Construction never fails for want of a logger.
-  static_cast<void>(pGuarded([this] {
+  static_cast<void>(guarded([this] {
     const int res = obtainInstance(ID_ILOGGER, fLogger);
     return fLogger ? fLogger->init(L"veskp.watchdog.process.log") : res;
   }));
@@ -13,7 +13,7 @@ PProcessWatchdog::PProcessWatchdog() {
 
 PProcessWatchdog::~PProcessWatchdog() {
   const int res = __stopWatchdog();
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error stopping the watchdog thread, res=%d", "~PProcessWatchdog", res);
   }
   // Locked, because a worker that could not be stopped may be in the middle of it.
@@ -30,58 +30,58 @@ int PProcessWatchdog::decRef() {
 }
 
 int PProcessWatchdog::init() {
-  return pGuarded([this] { return __init(); });
+  return guarded([this] { return __init(); });
 }
 
 int PProcessWatchdog::__init() {
   int res = fStopCondVar.init();
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error initializing conditional var, res=%d", "init", res);
     return res;
   }
   res = fStopMutex.init(true);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error initializing stop mutex, res=%d", "init", res);
     return res;
   }
-  res = pGuarded([this] { return _loadConfig(); });
-  if (res != PResult::ok) {
+  res = guarded([this] { return _loadConfig(); });
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error loading ProcessWatchdog configuration, res=%d", "init", res);
     return res;
   }
-  static_cast<void>(pGuarded([this] {
+  static_cast<void>(guarded([this] {
     _dumpConfig();
-    return PResult::ok;
+    return FrameworkResult::ok;
   }));
   res = __obtainServices();
-  if (res != PResult::ok) return res;
+  if (res != FrameworkResult::ok) return res;
 
   if (!fCpuEnabled && !fMemEnabled && !fInstEnabled) {
     __logInfo(L"[%s] All monitoring disabled, not starting the thread", "init");
-    return PResult::ok;
+    return FrameworkResult::ok;
   }
   __startWatchdog();
   res = fWatchdogThread.pcreate(_staticWatchdogThreadProc, this);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error creating watchdog thread, res=%d", "init", res);
     return res;
   }
   __logDebug(L"[%s] Started watchdog thread (id=%p)", "init", fWatchdogThread.getThreadId());
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 int PProcessWatchdog::__obtainServices() {
   int res = obtainInstance(ID_IEVENTDISPATCHER, fEventDispatcher);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error obtaining instance of IEventDispatcher, res=%d", "init", res);
     return res;
   }
   res = obtainInstance(ID_IEXTCOUNTERS, fExtCounters);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     // The one service that the watchdog can do without.
     __logError(L"[%s] Error obtaining instance of IExtCounters, res=%d", "init", res);
   }
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 void PProcessWatchdog::__startWatchdog() {
@@ -95,22 +95,22 @@ int PProcessWatchdog::__stopWatchdog() {
   fStopMutex.lock();
   const bool wasStopped = fStopped.exchange(true);
   fStopMutex.unlock();
-  if (wasStopped) return PResult::ok;
+  if (wasStopped) return FrameworkResult::ok;
 
   int res = fStopCondVar.notifyAll();
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error notifying the stop conditional var, res=%d", "__stopWatchdog", res);
     return res;
   }
   __logDebug(L"[%s] Waiting for the watchdog thread to finish", "__stopWatchdog");
   void* threadResult = nullptr;
   res = fWatchdogThread.pjoin(threadResult);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error joining the watchdog thread, res=%d", "__stopWatchdog", res);
     return res;
   }
   __logDebug(L"[%s] Detaching fWatchdogThread thread...", "__stopWatchdog");
   fWatchdogThread.pdetach();
   __logDebug(L"[%s] Finished waiting for the watchdog thread", "__stopWatchdog");
-  return PResult::ok;
+  return FrameworkResult::ok;
 }

@@ -11,11 +11,11 @@
 #include "framework/ILogger.h"
 #include "framework/PConditionalVar.h"
 #include "framework/PCounterSync.h"
-#include "framework/PGuard.h"
 #include "framework/PMutex.h"
 #include "framework/PString.h"
 #include "framework/PThread.h"
 #include "plugin/PBaseptr.h"
+#include "watchdog/Guarded.h"
 #include "watchdog/IProcessWatchdog.h"
 #include "watchdog/PProcessWatchdogEntry.h"
 
@@ -142,7 +142,7 @@ class PProcessWatchdog final : public IProcessWatchdog {
   template <class... Values>
   void __log(LogOperation operation, const wchar_t* format, Values... values) const noexcept {
     if (!fLogger) return;
-    static_cast<void>(pGuarded([&] { return (fLogger.get()->*operation)(0, format, values...); }));
+    static_cast<void>(guarded([&] { return (fLogger.get()->*operation)(0, format, values...); }));
   }
   template <class... Values>
   void __logError(const wchar_t* format, Values... values) const noexcept {

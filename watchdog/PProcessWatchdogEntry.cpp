@@ -1,15 +1,15 @@
 #include "watchdog/PProcessWatchdogEntry.h"
 
-#include "framework/PGuard.h"
+#include "watchdog/Guarded.h"
 
 namespace {
 
 /// Copies `text` unless memory runs out, in which case `target` keeps its text:
 /// these operations have no result that could say so.
 void copyText(PString& target, PLiteral const& text) noexcept {
-  static_cast<void>(pGuarded([&] {
+  static_cast<void>(guarded([&] {
     target = text;
-    return PResult::ok;
+    return FrameworkResult::ok;
   }));
 }
 

@@ -2,12 +2,12 @@
 
 #include <utility>
 
-#include "framework/PGuard.h"
+#include "watchdog/Guarded.h"
 #include "watchdog/PProcessWatchdog.h"
 #include "watchdog/ProcessWatchdogResult.h"
 
 int PProcessWatchdog::addProcessEntry(IProcessWatchdogEntry* iEntry) {
-  return pGuarded([&] {
+  return guarded([&] {
     if (iEntry == nullptr) {
       __logError(L"[%s] `iEntry' is NULL", "addProcessEntry");
       return ProcessWatchdogResult::invalidArgument;
@@ -34,11 +34,11 @@ int PProcessWatchdog::__addEntry(PProcessWatchdogEntry* entry, PString const& na
   ProcEntry procEntry;
   procEntry.entry = entry;
   fProcEntries.emplace(name, std::move(procEntry));
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 int PProcessWatchdog::removeProcessEntry(PLiteral const& name) {
-  return pGuarded([&] {
+  return guarded([&] {
     if (name.isEmpty()) {
       __logError(L"[%s] Invalid argument (empty name)", "removeProcessEntry");
       return ProcessWatchdogResult::invalidArgument;
@@ -48,27 +48,27 @@ int PProcessWatchdog::removeProcessEntry(PLiteral const& name) {
     if (found == fProcEntries.end()) {
       __logDebug(L"[%s] There's no entry named `%ls', ignoring", "removeProcessEntry",
                  name.c_str());
-      return PResult::ok;
+      return FrameworkResult::ok;
     }
     __logInfo(L"[%s] Removing `%ls' from list of monitored processes", "removeProcessEntry",
               name.c_str());
     fProcEntries.erase(found);
-    return PResult::ok;
+    return FrameworkResult::ok;
   });
 }
 
 bool PProcessWatchdog::containsProcess(PLiteral const& name) const {
   bool contains = false;
-  static_cast<void>(pGuarded([&] {
+  static_cast<void>(guarded([&] {
     const Lock lock(fStopMutex);
     contains = fProcEntries.contains(name);
-    return PResult::ok;
+    return FrameworkResult::ok;
   }));
   return contains;
 }
 
 int PProcessWatchdog::getProcessInfo(PLiteral const& name, IProcessWatchdogInfo*& info) const {
-  return pGuarded([&] {
+  return guarded([&] {
     if (name.isEmpty()) {
       __logError(L"[%s] Invalid argument (empty name)", "getProcessInfo");
       return ProcessWatchdogResult::invalidArgument;
@@ -81,6 +81,6 @@ int PProcessWatchdog::getProcessInfo(PLiteral const& name, IProcessWatchdogInfo*
       return ProcessWatchdogResult::nameConflict;
     }
     info = found->second.entry.get();
-    return PResult::ok;
+    return FrameworkResult::ok;
   });
 }

@@ -1,14 +1,14 @@
 // The worker thread: one tick at once, then one after every wait.
 
-#include "framework/PGuard.h"
+#include "watchdog/Guarded.h"
 #include "watchdog/PProcessWatchdog.h"
 
 void* PProcessWatchdog::_staticWatchdogThreadProc(void* service) {
   // The outermost call of the thread: an exception has nowhere to go from here.
-  static_cast<void>(pGuarded([service] {
+  static_cast<void>(guarded([service] {
     PThread::setName("[PProcessWatchdog]");
     static_cast<PProcessWatchdog*>(service)->_watchdogThreadProc();
-    return PResult::ok;
+    return FrameworkResult::ok;
   }));
   return nullptr;
 }
@@ -18,11 +18,11 @@ void PProcessWatchdog::_watchdogThreadProc() {
              PThread::getCurrentThreadId());
   while (!fStopped) {
     // A tick that ends by an exception costs that tick, not the watchdog.
-    const int res = pGuarded([this] {
+    const int res = guarded([this] {
       __watchdogTick();
-      return PResult::ok;
+      return FrameworkResult::ok;
     });
-    if (res != PResult::ok) {
+    if (res != FrameworkResult::ok) {
       __logError(L"[%s] Tick ended by an exception, res=%d", "_watchdogThreadProc", res);
     }
     __waitForNextTick();
@@ -42,7 +42,7 @@ void PProcessWatchdog::__waitForNextTick() {
   // is not stopped, to a tick.
   const int res =
       fStopCondVar.wait(&fStopMutex, kMsPerSecond * static_cast<unsigned int>(fSampleTime));
-  if (res != PResult::ok && res != PResult::timedOut) {
+  if (res != FrameworkResult::ok && res != FrameworkResult::timedOut) {
     __logError(L"[%s] Failed to wait on conditinal var, res=%d", "_watchdogThreadProc", res);
     fStopped = true;
   }

@@ -12,36 +12,36 @@
 int PProcessWatchdog::_loadConfig() {
   PBaseptr<IConfig> config;
   int res = __openConfigFile(config);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error opening config file, res=%d", "_loadConfig", res);
     return res;
   }
   res = __loadGlobalConfig(config);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error reading global configuration for ProcessWatchdog, res=%d",
                "_loadConfig", res);
     return res;
   }
   res = __loadProcessEntries(config);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error reading process configuration for ProcessWatchdog, res=%d",
                "_loadConfig", res);
     return res;
   }
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 int PProcessWatchdog::__openConfigFile(PBaseptr<IConfig>& config) {
   PBaseptr<IConfigManager> cfgManager;
   int res = obtainInstance(ID_ICONFIGMANAGER, cfgManager);
-  if (res == PResult::ok && !cfgManager) res = PResult::notFound;
-  if (res != PResult::ok) {
+  if (res == FrameworkResult::ok && !cfgManager) res = FrameworkResult::notFound;
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] getInstance ID_ICONFIGMANAGER err: %d", "__openConfigFile", res);
     return res;
   }
   res = cfgManager->loadByID(Keys::configurationId, config);
-  if (res == PResult::ok && !config) res = PResult::notFound;
-  if (res != PResult::ok) {
+  if (res == FrameworkResult::ok && !config) res = FrameworkResult::notFound;
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] cfgManager->loadByID(%ls) err: %d", "__openConfigFile", Keys::configurationId,
                res);
   }
@@ -60,29 +60,29 @@ int PProcessWatchdog::__loadGlobalConfig(PBaseptr<IConfig>& config) {
   }};
   for (auto const& [key, target] : switches) {
     const int res = config->getBool(key, *target);
-    if (res != PResult::ok) return unreadable(key, res);
+    if (res != FrameworkResult::ok) return unreadable(key, res);
   }
   int sampleTime = 0;
   const int res = config->getInt(Keys::globalSampleTime, sampleTime);
-  if (res != PResult::ok) return unreadable(Keys::globalSampleTime, res);
+  if (res != FrameworkResult::ok) return unreadable(Keys::globalSampleTime, res);
   if (sampleTime > 0) {
     fSampleTime = sampleTime;
   } else {
     __logError(L"[%s] Invalid value %d for key `%ls', ignoring", "__loadGlobalConfig", sampleTime,
                Keys::globalSampleTime);
   }
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 int PProcessWatchdog::__loadProcessEntries(PBaseptr<IConfig>& config) {
   for (unsigned int index = 1;; ++index) {
     ProcEntry procEntry;
     pTake(procEntry.entry, new PProcessWatchdogEntry);
-    if (__loadProcessEntryConfig(index, config, procEntry.entry) != PResult::ok) break;
+    if (__loadProcessEntryConfig(index, config, procEntry.entry) != FrameworkResult::ok) break;
     // Of two members with one name the earlier one stays.
     fProcEntries.emplace(procEntry.entry->name(), procEntry);
   }
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 
 void PProcessWatchdog::__buildProcessEntryKey(PLiteral const& prefix, unsigned int index,

@@ -123,7 +123,7 @@ class PProcessWatchdog::EntryLoader {
 
   int loadName(PString const& key) {
     const int res = fConfig.getString(key, fText);
-    if (res == PResult::ok) storeText(fEntry, {&Entry::setName, &Entry::name}, fText);
+    if (res == FrameworkResult::ok) storeText(fEntry, {&Entry::setName, &Entry::name}, fText);
     return res;
   }
 
@@ -133,11 +133,11 @@ class PProcessWatchdog::EntryLoader {
   }
 
   void operator()(BoolKey const& key) {
-    if (fConfig.getBool(*fKey, fBool) == PResult::ok) (fEntry.*key.store)(fBool);
+    if (fConfig.getBool(*fKey, fBool) == FrameworkResult::ok) (fEntry.*key.store)(fBool);
   }
 
   void operator()(IntKey const& key) {
-    if (fConfig.getInt(*fKey, fInt) != PResult::ok) return;
+    if (fConfig.getInt(*fKey, fInt) != FrameworkResult::ok) return;
     if (fInt >= key.least && fInt <= key.most) {
       key.store(fEntry, fInt);
       return;
@@ -147,11 +147,11 @@ class PProcessWatchdog::EntryLoader {
   }
 
   void operator()(TextKey const& key) {
-    if (fConfig.getString(*fKey, fText) == PResult::ok) storeText(fEntry, key, fText);
+    if (fConfig.getString(*fKey, fText) == FrameworkResult::ok) storeText(fEntry, key, fText);
   }
 
   void operator()(ActionKey const& /*key*/) {
-    if (fConfig.getString(*fKey, fText) == PResult::ok) {
+    if (fConfig.getString(*fKey, fText) == FrameworkResult::ok) {
       fEntry.setAction(fWatchdog.__stringToAction(fText));
     }
   }
@@ -174,12 +174,12 @@ int PProcessWatchdog::__loadProcessEntryConfig(unsigned int index, PBaseptr<ICon
   PString key;
   __buildProcessEntryKey(Keys::memberPrefix, index, Keys::name, key);
   const int res = loader.loadName(key);
-  if (res != PResult::ok) return res;
+  if (res != FrameworkResult::ok) return res;
 
   for (Row const& row : kRows) {
     __buildProcessEntryKey(Keys::memberPrefix, index, row.suffix, key);
     loader.load(row, key);
   }
-  return PResult::ok;
+  return FrameworkResult::ok;
 }
 // NOLINTEND(performance-unnecessary-value-param)

@@ -16,11 +16,11 @@ bool PProcessWatchdog::__averageReaches(ProcEntry const& procEntry, unsigned int
 
 int PProcessWatchdog::__takeCpuAction(ProcEntry const& procEntry, unsigned int pid,
                                       unsigned long long now) {
-  if (!fCpuEnabled || !procEntry.entry->getCpuEnabled()) return PResult::ok;
+  if (!fCpuEnabled || !procEntry.entry->getCpuEnabled()) return FrameworkResult::ok;
   const unsigned long limit = static_cast<unsigned char>(procEntry.entry->getCpuLimit());
   unsigned long long average = 0;
   if (!__averageReaches(procEntry, pid, now, &ProcData::cpuSum, limit, average)) {
-    return PResult::ok;
+    return FrameworkResult::ok;
   }
   PString const name(procEntry.entry->name());
   __logInfo(L"[%s] CPU too high (average=%lu, limit=%lu) for process `%ls', pid %u'",
@@ -31,11 +31,11 @@ int PProcessWatchdog::__takeCpuAction(ProcEntry const& procEntry, unsigned int p
 
 int PProcessWatchdog::__takeMemAction(ProcEntry const& procEntry, unsigned int pid,
                                       unsigned long long now) {
-  if (!fMemEnabled || !procEntry.entry->getMemEnabled()) return PResult::ok;
+  if (!fMemEnabled || !procEntry.entry->getMemEnabled()) return FrameworkResult::ok;
   const unsigned long long limit = procEntry.entry->getMemLimit();
   unsigned long long average = 0;
   if (!__averageReaches(procEntry, pid, now, &ProcData::memSum, limit, average)) {
-    return PResult::ok;
+    return FrameworkResult::ok;
   }
   PString const name(procEntry.entry->name());
   __logInfo(L"[%s] Memory too high (average=%llu, limit=%llu) for process `%ls', pid %u",
@@ -45,14 +45,15 @@ int PProcessWatchdog::__takeMemAction(ProcEntry const& procEntry, unsigned int p
 }
 
 int PProcessWatchdog::__takeInstAction(ProcEntry const& procEntry, Pids const& pids) {
-  if (!fInstEnabled) return PResult::ok;
+  if (!fInstEnabled) return FrameworkResult::ok;
   auto const& entry = procEntry.entry;
   // Compared as unsigned: a negative minimum is more than there can ever be.
   if (entry->getRespawnEnabled() &&
       procEntry.instCount < static_cast<unsigned int>(entry->getRespawnLimit())) {
     return __respawn(procEntry);
   }
-  if (!entry->getInstEnabled() || procEntry.instCount < entry->getInstLimit()) return PResult::ok;
+  if (!entry->getInstEnabled() || procEntry.instCount < entry->getInstLimit())
+    return FrameworkResult::ok;
 
   PString const name(entry->name());
   PString actionName;
@@ -64,7 +65,7 @@ int PProcessWatchdog::__takeInstAction(ProcEntry const& procEntry, Pids const& p
       static_cast<unsigned long>(entry->getInstLimit()), name.c_str(), actionName.c_str());
   __sendEvent(procEntry, kTopicInstHigh, static_cast<int>(procEntry.instCount));
   if (fExtCounters) {
-    static_cast<void>(pGuarded([this] { return fExtCounters->increment(L"wd_proc_count"); }));
+    static_cast<void>(guarded([this] { return fExtCounters->increment(L"wd_proc_count"); }));
   }
   return __actOnAllInstances(procEntry, pids);
 }
@@ -91,7 +92,7 @@ int PProcessWatchdog::__actOnAllInstances(ProcEntry const& procEntry, Pids const
       __logInfo(L"[%s] Killing all processes named `%ls' before restarting the process",
                 "__takeInstAction", name.c_str());
       const int res = __terminateAllProcesses(pids);
-      if (res != PResult::ok) {
+      if (res != FrameworkResult::ok) {
         __logError(L"[%s] Error terminating all processes, res=%d", "__takeInstAction", res);
       }
       return __startProcess(procEntry);
@@ -100,6 +101,6 @@ int PProcessWatchdog::__actOnAllInstances(ProcEntry const& procEntry, Pids const
       return __restartOs(procEntry);
     case none:
     default:
-      return PResult::ok;
+      return FrameworkResult::ok;
   }
 }

@@ -13,7 +13,7 @@ int PProcessWatchdog::__executeAction(ProcEntry const& procEntry, unsigned int p
   __logInfo(L"[%s] Executing action `%ls' to pid %u", "__executeAction", actionName.c_str(), pid);
   switch (action) {
     case none:
-      return PResult::ok;
+      return FrameworkResult::ok;
     case terminate:
       return __terminateProcess(procEntry, pid);
     case restart:
@@ -32,12 +32,12 @@ int PProcessWatchdog::__terminateProcess(ProcEntry const& procEntry, unsigned in
 }
 
 int PProcessWatchdog::__terminateAllProcesses(Pids const& pids) {
-  int res = PResult::ok;
+  int res = FrameworkResult::ok;
   for (const unsigned int pid : pids) {
     res = PProcess::kill(pid);
-    if (res == PResult::notFound) {
-      res = PResult::ok;
-    } else if (res != PResult::ok) {
+    if (res == FrameworkResult::notFound) {
+      res = FrameworkResult::ok;
+    } else if (res != FrameworkResult::ok) {
       __logError(L"[%s] Error killing process pid=%u, res=%d", "__terminateAllProcesses", pid, res);
     }
   }
@@ -51,7 +51,7 @@ int PProcessWatchdog::__startProcess(ProcEntry const& procEntry) {
   PString const workingDir(procEntry.entry->workingDir());
   unsigned int pid = 0;
   const int res = PProcess::start(executable, arguments, workingDir, pid);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error restarting `%ls', res=%d", "__startProcess", executable.c_str(), res);
   } else {
     __logInfo(L"[%s] Successfully restarted `%ls' '%ls', new pid=%u", "__startProcess",
@@ -65,13 +65,13 @@ int PProcessWatchdog::__restartProcess(ProcEntry const& procEntry, unsigned int 
   __logInfo(L"[%s] Terminating process %u for `%ls' before restarting", "__restartProcess", pid,
             name.c_str());
   int res = PProcess::kill(pid);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error terminating process %u for `%ls'", "__restartProcess", pid,
                name.c_str());
     return res;
   }
   res = __startProcess(procEntry);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error starting process for `%ls', res=%d", "__restartProcess", name.c_str(),
                res);
   }
@@ -81,14 +81,14 @@ int PProcessWatchdog::__restartProcess(ProcEntry const& procEntry, unsigned int 
 int PProcessWatchdog::__restartOs(ProcEntry const& /*procEntry*/) {
   PBaseptr<IOSRestart> osRestart;
   int res = obtainInstance(ID_IOSRESTART, osRestart);
-  if (res == PResult::ok && !osRestart) res = PResult::notFound;
-  if (res != PResult::ok) {
+  if (res == FrameworkResult::ok && !osRestart) res = FrameworkResult::notFound;
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error obtaining instance of IOSRestart, res=%d", "__restartOs", res);
     return res;
   }
   __logInfo(L"[%s] Restarting OS", "__restartOs");
-  res = pGuarded([&] { return osRestart->restart(0); });
-  if (res != PResult::ok) {
+  res = guarded([&] { return osRestart->restart(0); });
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error restaring OS, res=%d", "__restartOs", res);
   }
   return res;

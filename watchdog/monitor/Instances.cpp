@@ -14,7 +14,7 @@ bool PProcessWatchdog::__shouldIncrementInstCount(ProcEntry const& procEntry, un
   // Asked for every process: one whose state cannot be read never counts.
   bool isRunning = false;
   const int res = PProcess::isRunning(pid, isRunning);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error obtaining the state of process %u, res=%d",
                "__shouldIncrementInstCount", pid, res);
     return false;

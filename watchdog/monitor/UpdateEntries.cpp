@@ -16,11 +16,11 @@ bool PProcessWatchdog::ProcData::isWindowOver(unsigned long long now, unsigned i
 void PProcessWatchdog::__updateEntries() {
   for (auto& [key, procEntry] : fProcEntries) {
     // An exception costs its entry this sample; the others are still looked at.
-    const int res = pGuarded([this, &procEntry = procEntry] {
+    const int res = guarded([this, &procEntry = procEntry] {
       __findAndUpdateEntry(procEntry);
-      return PResult::ok;
+      return FrameworkResult::ok;
     });
-    if (res != PResult::ok) {
+    if (res != FrameworkResult::ok) {
       procEntry.instCount = 0;
       __logError(L"[%s] Updating `%ls' ended by an exception, res=%d", "__updateEntries",
                  key.c_str(), res);
@@ -33,10 +33,10 @@ void PProcessWatchdog::__findAndUpdateEntry(ProcEntry& procEntry) {
   Pids pids;
   Pids parentPids;
   const int res = PProcess::find(name, pids, parentPids);
-  const bool isFound = res == PResult::ok;
-  if (isFound || (res == PResult::notFound && procEntry.entry->getRespawnEnabled())) {
+  const bool isFound = res == FrameworkResult::ok;
+  if (isFound || (res == FrameworkResult::notFound && procEntry.entry->getRespawnEnabled())) {
     __updateEntry(procEntry, pids, parentPids);
-  } else if (res != PResult::notFound) {
+  } else if (res != FrameworkResult::notFound) {
     __logError(L"[%s] Error obtaining process IDs for process `%ls', res=%d", "__updateEntries",
                name.c_str(), res);
   }
@@ -53,12 +53,12 @@ void PProcessWatchdog::__updateEntry(ProcEntry& procEntry, Pids const& pids,
     __samplePid(procEntry, pid);
 
     int res = __takeCpuAction(procEntry, pid, now);
-    if (res != PResult::ok) {
+    if (res != FrameworkResult::ok) {
       __logError(L"[%s] Error taking CPU action for proces `%ls', pid=%u, res=%d", "__updateEntry",
                  name.c_str(), pid, res);
     }
     res = __takeMemAction(procEntry, pid, now);
-    if (res != PResult::ok) {
+    if (res != FrameworkResult::ok) {
       __logError(L"[%s] Error taking memory action for proces `%ls', pid=%u, res=%d",
                  "__updateEntry", name.c_str(), pid, res);
     }
@@ -72,7 +72,7 @@ void PProcessWatchdog::__updateEntry(ProcEntry& procEntry, Pids const& pids,
 
   procEntry.instCount = instances;
   const int res = __takeInstAction(procEntry, pids);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error taking instance count action for proces `%ls', res=%d", "__updateEntry",
                name.c_str(), res);
   }

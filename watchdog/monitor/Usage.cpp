@@ -9,7 +9,7 @@ unsigned int PProcessWatchdog::__getEntryCpuUsageForPid(ProcEntry const& procEnt
   if (!fCpuEnabled || !procEntry.entry->getCpuEnabled()) return 0;
   unsigned int percent = 0;
   const int res = PProcess::getCPUUsage(pid, percent);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error obtaining the CPU usage of process %u, res=%d",
                "__getEntryCpuUsageForPid", pid, res);
   }
@@ -21,7 +21,7 @@ unsigned long long PProcessWatchdog::__getEntryMemUsageForPid(ProcEntry const& p
   if (!fMemEnabled || !procEntry.entry->getMemEnabled()) return 0;
   unsigned long long kib = 0;
   const int res = PProcess::getMemoryUsage(pid, kib);
-  if (res != PResult::ok) {
+  if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error obtaining the memory usage of process %u, res=%d",
                "__getEntryMemUsageForPid", pid, res);
   }

@@ -1,0 +1,13 @@
+#pragma once
+#include <condition_variable>
+
+#include "framework/PMutex.h"
+
+struct PConditionalVar {
+  int init() { return 0; }
+  int wait(PMutex* mutex, unsigned int timeoutMs);
+  int notifyAll();
+
+ private:
+  std::condition_variable_any fCondition;
+};

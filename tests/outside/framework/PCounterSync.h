@@ -1,0 +1,4 @@
+#pragma once
+#include "framework/PCounter.h"
+
+struct PCounterSync : PCounter {};

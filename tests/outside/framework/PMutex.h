@@ -1,0 +1,6 @@
+#pragma once
+#include <mutex>
+
+struct PMutex : std::recursive_mutex {
+  int init(bool /*recursive*/) { return 0; }
+};

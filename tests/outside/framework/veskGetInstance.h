@@ -1,0 +1,5 @@
+#pragma once
+#include "framework/IBase.h"
+#include "framework/PLiteral.h"
+
+int veskGetInstance(PLiteral const& id, IBase*& instance);
