@@ -42,7 +42,7 @@ exports() {
   from_abixml functions "$1" >"$work/functions"
   symbols "$1" | awk '
     FNR == NR { split($0, part, "\t"); type[part[2]] = part[1]; next }
-    $1 == "UND" || ($2 != "GLOBAL" && $3 ~ /^_Z(T[ISV]|Z|GV)?N?K?(St|9__gnu_cxx)/) { next }
+    $1 == "UND" || $2 == "LOCAL" || ($2 != "GLOBAL" && $3 ~ /^_Z(T[ISV]|Z|GV)?N?K?(St|9__gnu_cxx)/) { next }
     { print "  " $3 ($3 in type ? " -> " type[$3] : "") }
   ' FS='\t' "$work/functions" FS=' ' - | c++filt | LC_ALL=C sort -u
 }

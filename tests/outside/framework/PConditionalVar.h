@@ -6,8 +6,10 @@
 struct PConditionalVar {
   int init() { return 0; }
   int wait(PMutex* mutex, unsigned int timeoutMs);
-  int notifyAll();
+  int notifyAll() {
+    fCondition.notify_all();
+    return 0;
+  }
 
- private:
   std::condition_variable_any fCondition;
 };

@@ -3,9 +3,11 @@
 
 struct PCounter {
   int operator++() { return change(1); }
-  int change(int delta);
+  int change(int delta) {
+    const std::lock_guard lock(fMutex);
+    return static_cast<int>(fValue += delta);
+  }
 
- private:
   std::mutex fMutex;
   long long fValue = 0;
 };

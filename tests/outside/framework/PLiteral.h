@@ -10,6 +10,5 @@ struct PLiteral {
   bool operator==(PLiteral const& other) const { return std::wcscmp(c_str(), other.c_str()) == 0; }
   bool operator<(PLiteral const& other) const { return std::wcscmp(c_str(), other.c_str()) < 0; }
 
- private:
   const wchar_t* fText;
 };

@@ -4,14 +4,12 @@
 
 #include "framework/PLiteral.h"
 
-/// Copies share one text until one of them gets another.
 struct PString : PLiteral {
-  PString(PLiteral const& text = {}) { *this = text; }
-  PString& operator=(PLiteral const& text);
+  PString(const wchar_t* text = L"") : fShared(std::make_shared<std::wstring>(text)) {}
+  PString(PLiteral const& text) : PString(text.c_str()) {}
   const wchar_t* c_str() const override { return fShared->c_str(); }
   void append(PLiteral const& text) { *this = (*fShared + text.c_str()).c_str(); }
-  void clear() { *this = PLiteral(); }
+  void clear() { *this = PString(); }
 
- private:
   std::shared_ptr<const std::wstring> fShared;
 };

@@ -2,5 +2,8 @@
 #include "framework/PString.h"
 
 struct PUtils {
-  static int int32ToStr(int value, PString& text);
+  static int int32ToStr(int value, PString& text) {
+    text = std::to_wstring(value).c_str();
+    return 0;
+  }
 };
