@@ -24,10 +24,7 @@ struct PProcess {
   static int find(PLiteral const& name, Pids& pids, Pids& parentPids);
   static int getCPUUsage(unsigned int, unsigned int&) { return -504; }
   static int getMemoryUsage(unsigned int, unsigned long long&) { return -504; }
-  static int isRunning(unsigned int, bool& running) {
-    running = true;
-    return 0;
-  }
+  static int isRunning(unsigned int, bool& running) { return running = true, 0; }
   static int kill(unsigned int pid) { return script.note(L"kill " + std::to_wstring(pid)); }
   static int start(PLiteral const& exe, PLiteral const& args, PLiteral const& dir, unsigned& pid);
 };
