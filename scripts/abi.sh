@@ -20,15 +20,17 @@ architecture_of() {
   esac
 }
 
-# abixml LIBRARY
+# abixml [OPTION] LIBRARY
 abixml() {
-  abidw --no-corpus-path --no-comp-dir-path --short-locs --type-id-style hash --load-all-types "$1"
+  abidw --no-corpus-path --no-comp-dir-path --short-locs --type-id-style hash "$@"
 }
 
-# from_abixml WHAT LIBRARY: see abi/types.awk.
+# from_abixml WHAT [OPTION] LIBRARY: see abi/types.awk.
 from_abixml() {
-  abixml "$2" >"$work/abixml"
-  awk -v what="$1" -f "$root/abi/types.awk" "$work/headers" "$work/abixml"
+  local what=$1
+  shift
+  abixml "$@" >"$work/abixml"
+  awk -v what="$what" -f "$root/abi/types.awk" "$work/headers" "$work/abixml"
 }
 
 # symbols LIBRARY: its dynamic symbols: place (UND: elsewhere), binding, name with version.
@@ -73,7 +75,7 @@ describe_library() {
 describe() {
   mkdir -p "$2"
   find "$root"/{framework,watchdog,plugin} -name '*.h' -printf '%f\n' >"$work/headers"
-  from_abixml types "$1/libpublic_types.so" | c++filt >"$2/types.txt"
+  from_abixml types --load-all-types "$1/libpublic_types.so" | c++filt >"$2/types.txt"
   describe_library "$1/libvesk.so" >"$2/libvesk.txt"
   describe_library "$1/libveskp.watchdog.process.so" >"$2/veskp.watchdog.process.txt"
   # Without full debug information (-g) there is little to compare.
@@ -111,7 +113,10 @@ for folder in "$@"; do
   architecture=$(architecture_of "$folder/libvesk.so")
   kept=$root/abi/$architecture
   now=$work/$architecture
-  [ "$architecture" != unknown ] || exit 77
+  if [ "$architecture" = unknown ]; then
+    echo "There is no record for the architecture of $folder"
+    exit 77
+  fi
   describe "$folder" "$now"
   if [ "$record" ]; then
     mkdir -p "$kept"
