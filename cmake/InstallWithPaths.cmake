@@ -1,0 +1,28 @@
+# Run by the installation, see install_with_paths() in Install.cmake.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(top "")
+else()
+  set(top "${CMAKE_INSTALL_PREFIX}")
+endif()
+
+file(READ "${source}" text)
+# /var and /run stay: they are the machine's, wherever the programs are.
+string(REGEX REPLACE "/usr/(sbin/veskd|lib/vesk/)" "${CMAKE_INSTALL_PREFIX}/\\1" text "${text}")
+string(REGEX REPLACE "/etc/(veskd\\.toml|default/veskd)" "${top}/etc/\\1" text "${text}")
+file(WRITE "${staged}" "${text}")
+
+if(destination MATCHES "^/")
+  set(destination "${top}${destination}")
+else()
+  set(destination "${CMAKE_INSTALL_PREFIX}/${destination}")
+endif()
+get_filename_component(name "${source}" NAME)
+if(name MATCHES "\\.toml$" AND EXISTS "$ENV{DESTDIR}${destination}/${name}")
+  message(STATUS "Kept, since it may have been changed: $ENV{DESTDIR}${destination}/${name}")
+  return()
+endif()
+set(permissions OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+if(mode EQUAL 755)
+  list(APPEND permissions OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
+endif()
+file(INSTALL "${staged}" DESTINATION "${destination}" PERMISSIONS ${permissions})
