@@ -11,12 +11,11 @@ arch=$1 first=$(realpath "$2") next=$(realpath "$3")
 base=$root/build/packages/root-$arch
 work=$base.try
 
-# Lets the kernel run the target's programs, unless it does already. Entries of
-# binfmt_misc are the machine's, so the own one goes when all is tried.
-entry=/proc/sys/fs/binfmt_misc/vesk-packages-arm
+# Lets the kernel run the target's programs. Entries of binfmt_misc are the machine's: so
+# this is one of its own, whoever else has one, and goes when all is tried.
+entry=/proc/sys/fs/binfmt_misc/vesk-packages-$$
 emulate() {
   [ -e /proc/sys/fs/binfmt_misc/register ] || mount -t binfmt_misc binfmt_misc /proc/sys/fs/binfmt_misc
-  grep -lqs 'magic 7f454c4601010100000000000000000002002800' /proc/sys/fs/binfmt_misc/*arm* && return
   local header='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x28\x00'
   local mask='\xff\xff\xff\xff\xff\xff\xff\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
   echo ":${entry##*/}:M::$header:$mask:/usr/bin/qemu-arm-static:OF" >/proc/sys/fs/binfmt_misc/register
