@@ -1,0 +1,91 @@
+// A component of somebody else's beside the watchdog: the example that users copy.
+
+#include <dlfcn.h>
+
+#include "host/daemon/PluginLibrary.h"
+#include "host/daemon/Services.h"
+#include "tests/host/daemon/VeskdFixture.h"
+#include "tests/host/services/CollectedLog.h"
+#include "watchdog/IProcessWatchdog.h"
+#include "watchdog/ObtainInstance.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+class Client : public VeskdFixture {
+ protected:
+  std::string configuration(std::string const& plugins) const {
+    std::filesystem::copy_file(TEST_PROGRAM, path(fName));
+    return "[host]\ncontrol_socket = 's'\nplugins = [" + plugins + "]\n" + kGlobals +
+           "[client]\nname = '" + fName + "'\nexecutable = '" + path(fName) + "'\n";
+  }
+
+  /// Waits until the host tells operators of the client's entry.
+  bool isShown() const {
+    for (int i = 0; i < 100; ++i) {
+      ChildProcess veskctl({VESKCTL, "--socket", path("s"), "show", fName});
+      if (veskctl.awaitEnd() == 0) return true;
+      ::usleep(100000);
+    }
+    return false;
+  }
+};
+
+TEST_F(Client, IsServedByTheWatchdogBesideItAndLeavesNothingBehind) {
+  auto veskd = run(configuration("'" WATCHDOG "', '" CLIENT "'"));
+  const std::string started = veskd->awaitLine("Successfully restarted `" + fName + "'");
+  ASSERT_NE(started, "") << veskd->text();
+  const pid_t pid = std::stoi(started.substr(started.rfind('=') + 1));
+  ChildProcess second({path(fName)});
+  for (int run = 0; run < 2; ++run) {  // before a reload and after it
+    EXPECT_NE(veskd->awaitLine("info client: `" + fName + "' runs 2 times"), "") << veskd->text();
+    EXPECT_TRUE(isShown());
+    veskd->signal(run == 0 ? SIGHUP : SIGTERM);
+    EXPECT_NE(veskd->awaitLine("Removing `" + fName + "'"), "");
+  }
+  EXPECT_EQ(veskd->awaitEnd(), 0);
+  EXPECT_THAT(veskd->text(), Not(HasSubstr(" error ")));
+  EXPECT_EQ(::kill(pid, 0), 0);
+}
+
+TEST_F(Client, SaysWhatIsMissingWhenItIsListedFirst) {
+  auto veskd = run(configuration("'" CLIENT "', '" WATCHDOG "'"));
+  EXPECT_EQ(veskd->awaitEnd(), 69);
+  EXPECT_THAT(veskd->text(), HasSubstr("client: no watchdog: its library has to be listed first"));
+}
+
+bool isLoaded(const char* library) {
+  void* const handle = ::dlopen(library, RTLD_NOW | RTLD_NOLOAD);
+  return handle != nullptr && ::dlclose(handle) == 0;
+}
+
+TEST_F(Client, EndsInAnyOrderAndLibrariesStayAsLongAsTheirCodeIsNeeded) {
+  fFolder.makeFile("v.toml", configuration(""));
+  const CollectedLog log;
+  const Services services({}, {"", std::get<TomlFile>(readTomlFile(path("v.toml")))}, log.output());
+  std::string cause;
+  PBaseptr<IProcessWatchdog> held;
+  for (const bool isHeld : {false, true}) {
+    auto watchdog = PluginLibrary::open(WATCHDOG, cause);
+    auto client = PluginLibrary::open(CLIENT, cause);
+    ASSERT_TRUE(watchdog != nullptr && client != nullptr) << cause;
+    ASSERT_EQ(watchdog->start(), 0) << log.text();
+    ASSERT_EQ(client->start(), 0) << log.text();
+    if (isHeld) obtainInstance(ID_IPROCESSWATCHDOG, held);
+    watchdog->stop();
+    client->stop();  // has to do with a watchdog whose plug-in has ended
+    EXPECT_THAT(log.lines(),
+                testing::Contains(HasSubstr("Removing `" + fName + "'")).Times(isHeld ? 2 : 1));
+    watchdog->release();
+    EXPECT_EQ(watchdog->isHeld(), isHeld);
+    watchdog.reset();
+    client.reset();
+    EXPECT_EQ(isLoaded(WATCHDOG), isHeld);
+    EXPECT_FALSE(isLoaded(CLIENT));
+  }
+  EXPECT_FALSE(held->containsProcess(L"none"));
+}
+
+}  // namespace
