@@ -71,5 +71,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vesk.pc DESTINATION ${pc_folder} COMPO
 set(doc_folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/vesk-dev)
 install(FILES ${CMAKE_SOURCE_DIR}/docs/writing-a-client.md
         DESTINATION ${doc_folder} COMPONENT vesk-dev)
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples/client
-        DESTINATION ${doc_folder}/examples COMPONENT vesk-dev)
+set(client ${CMAKE_SOURCE_DIR}/examples/client)
+install(FILES ${client}/CMakeLists.txt ${client}/Client.cpp ${client}/Component.h
+              ${client}/exports.map
+        DESTINATION ${doc_folder}/examples/client COMPONENT vesk-dev)

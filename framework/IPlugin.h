@@ -21,7 +21,8 @@ class IPlugin : public IBase {
   /// Names the interfaces that `getInstance` knows.
   /// @param count set to the number of identifiers.
   /// @return a new array of `count` identifiers that the caller owns and frees
-  ///         with array `delete`; null, with `count` 0, when memory ran out.
+  ///         with array `delete`; null, with `count` 0, when memory ran out or there
+  ///         are none.
   virtual PString* getInterfaces(unsigned int& count) = 0;
 
   /// Hands out the object behind an interface identifier.

@@ -7,7 +7,7 @@ packages=(
   g++ cmake ninja-build
   libtomlplusplus-dev libspdlog-dev libfmt-dev libcli11-dev libutfcpp-dev
   nlohmann-json3-dev libmicrohttpd-dev libcurl4-openssl-dev prometheus-cpp-dev
-  libgtest-dev libgmock-dev curl jq prometheus abigail-tools
+  libgtest-dev libgmock-dev abigail-tools curl jq pkgconf procps prometheus
 )
 lint_packages=(clang-tidy clang-format)
 bench_packages=(libbenchmark-dev)
