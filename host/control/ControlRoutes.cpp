@@ -17,8 +17,6 @@ namespace {
 
 using Code = ApiError::Code;
 
-HttpAnswer refuse(Code code, std::string text) { return answerOf(ApiError{code, std::move(text)}); }
-
 HttpAnswer status(ApiCall const& call) {
   return answerOf(statusJson(call.api.sources(), call.api.uptime()));
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kBacklog = 64;
+constexpr int kWaitingScrapes = 64;
 
 std::optional<std::uint16_t> parsePort(std::string const& text) {
   std::uint16_t port = 0;
@@ -60,7 +60,7 @@ UniqueFd openMetricsSocket(std::string const& address, std::string& cause) {
   const bool isOpen =
       socket && ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes) == 0 &&
       ::bind(socket.get(), reinterpret_cast<sockaddr const*>(&*parsed), sizeOf(*parsed)) == 0 &&
-      ::listen(socket.get(), kBacklog) == 0;
+      ::listen(socket.get(), kWaitingScrapes) == 0;
   if (isOpen) return socket;
   cause = fmt::format("metrics address {}: {}", address, std::strerror(errno));
   return {};

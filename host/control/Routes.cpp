@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <utility>
 
 #include "host/check/NearestName.h"
 #include "host/control/HttpTarget.h"
@@ -32,8 +33,6 @@ constexpr std::array<CodeRow, 10> kCodes = {{
     {500, "internal"},
     {503, "unavailable"},
 }};
-
-HttpAnswer refuse(Code code, std::string text) { return answerOf(ApiError{code, std::move(text)}); }
 
 /// Compares a path with the one of a route. @param name set to what "*" stands for.
 bool fits(std::vector<std::string> const& path, std::string_view pattern, std::string& name) {
@@ -79,6 +78,8 @@ HttpAnswer answerOf(ApiResult const& result, unsigned int status) {
   }
   return answer;
 }
+
+HttpAnswer refuse(Code code, std::string text) { return answerOf(ApiError{code, std::move(text)}); }
 
 HttpAnswer answerBy(std::span<Route const> routes, ControlApi const& api,
                     HttpRequest const& request) {

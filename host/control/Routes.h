@@ -37,3 +37,4 @@ HttpAnswer answerBy(std::span<Route const> routes, ControlApi const& api,
 
 /// @param status of success.
 HttpAnswer answerOf(ApiResult const& result, unsigned int status = 200);
+HttpAnswer refuse(ApiError::Code code, std::string text);

@@ -19,7 +19,7 @@ std::string take(const char* name) {
 }
 
 /// A number that is all of the text.
-std::optional<std::uint64_t> numberOf(std::string_view text) {
+std::optional<std::uint64_t> wholeNumberOf(std::string_view text) {
   std::uint64_t number = 0;
   char const* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, number);
@@ -29,8 +29,8 @@ std::optional<std::uint64_t> numberOf(std::string_view text) {
 
 std::chrono::microseconds intervalOf(std::string_view interval, std::string_view pid) {
   // Inherited from a parent that forgot to remove them.
-  if (!pid.empty() && numberOf(pid) != static_cast<std::uint64_t>(::getpid())) return {};
-  const auto number = numberOf(interval);
+  if (!pid.empty() && wholeNumberOf(pid) != static_cast<std::uint64_t>(::getpid())) return {};
+  const auto number = wholeNumberOf(interval);
   using Interval = std::chrono::microseconds;
   if (!number || *number > static_cast<std::uint64_t>(Interval::max().count())) return {};
   return Interval(*number);
@@ -41,8 +41,8 @@ bool isStderr(std::string_view journal) {
   const auto colon = journal.find(':');
   struct stat own {};
   if (colon == std::string_view::npos || ::fstat(STDERR_FILENO, &own) != 0) return false;
-  return numberOf(journal.substr(0, colon)) == static_cast<std::uint64_t>(own.st_dev) &&
-         numberOf(journal.substr(colon + 1)) == static_cast<std::uint64_t>(own.st_ino);
+  return wholeNumberOf(journal.substr(0, colon)) == static_cast<std::uint64_t>(own.st_dev) &&
+         wholeNumberOf(journal.substr(colon + 1)) == static_cast<std::uint64_t>(own.st_ino);
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ Value totalOf(Subject const& s) {
   return static_cast<double>(s.entry.totals.*total);
 }
 
-constexpr MetricRow<Subject> kRows[] = {
+constexpr MetricRow<Subject> kEntryRows[] = {
     {"veskd_entry_look_success", Gauge,
      "1 if the process table could be read at the last look for the entry, else 0; absent before "
      "the first.",
@@ -165,7 +165,7 @@ void addHealth(Exposition& exposition, std::vector<Subject> const& subjects) {
 void addEntries(Exposition& exposition, WatchView const& view) {
   std::vector<Subject> subjects;
   for (EntryView const& entry : view.entries) subjects.push_back(subjectOf(entry, view.globals));
-  for (auto const& row : kRows) {
+  for (auto const& row : kEntryRows) {
     prometheus::MetricFamily family{row.name, row.help, row.type, {}};
     for (Subject const& subject : subjects) {
       const Value value = row.value(subject);

@@ -22,7 +22,7 @@ Value optionalNumber(std::optional<Number> const& number) {
   return static_cast<double>(*number);
 }
 
-constexpr Row kRows[] = {
+constexpr Row kHostRows[] = {
     {"veskd_start_time_seconds", Gauge, "When the host started, seconds since 1970.",
      [](HostMoment const& m) { return timestamp(m.facts.startedAt); }},
     {"veskd_time_seconds", Gauge,
@@ -107,7 +107,7 @@ void addHost(Exposition& exposition, HostMoment const& moment) {
                   Gauge,
                   {sampleOf(Gauge, 1, {{"version", labelText(moment.facts.version)}})}});
   addChecks(exposition, moment.watch.globals);
-  for (Row const& row : kRows) {
+  for (Row const& row : kHostRows) {
     prometheus::MetricFamily family{row.name, row.help, row.type, {}};
     if (const Value value = row.value(moment)) family.metric.push_back(sampleOf(row.type, *value));
     exposition.add(std::move(family));

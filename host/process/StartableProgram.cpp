@@ -52,5 +52,6 @@ bool StartableProgram::isFoundAs(std::string const& name, std::string const& arg
   splitCommandLine(arguments, words);
   constexpr std::size_t kWords = 2;
   words.resize(std::min(words.size(), kWords));
-  return std::ranges::find(words, name, baseName) != words.end();
+  return std::ranges::any_of(words,
+                             [&](std::string const& word) { return baseName(word) == name; });
 }

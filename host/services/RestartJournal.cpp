@@ -27,7 +27,7 @@ constexpr std::string_view kVersion = "vesk-restarts 1\n";
 constexpr std::size_t kMaxSize = 65536;
 constexpr std::size_t kMaxCause = 200;
 
-std::string causeOf(int error) { return std::generic_category().message(error); }
+std::string errnoText(int error) { return std::generic_category().message(error); }
 
 /// Takes what is before the separator off the front of the text.
 std::optional<std::string_view> takeUpTo(char separator, std::string_view& text) {
@@ -155,19 +155,19 @@ std::string RestartJournal::path() const { return fFolder + "/" + kName; }
 RestartJournal::Content RestartJournal::load() const {
   UniqueFd folder;
   int res = openFolder(fFolder, folder);
-  if (res != PResult::ok) return unknown(causeOf(-res));
+  if (res != PResult::ok) return unknown(errnoText(-res));
   const UniqueFd file(
       ::openat(folder.get(), kName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!file && errno == ENOENT) return {};
-  if (!file && errno != ELOOP) return unknown(causeOf(errno));
+  if (!file && errno != ELOOP) return unknown(errnoText(errno));
   if (!file) return setAside(folder, "a symbolic link");
 
   struct stat status {};
-  if (::fstat(file.get(), &status) != 0) return unknown(causeOf(errno));
+  if (::fstat(file.get(), &status) != 0) return unknown(errnoText(errno));
   if (const char* complaint = complaintAbout(status)) return setAside(folder, complaint);
   std::string text;
   res = readAll(file.get(), text);
-  if (res != PResult::ok) return unknown(causeOf(-res));
+  if (res != PResult::ok) return unknown(errnoText(-res));
   auto past = parse(text);
   return past ? Content{std::move(*past), true} : setAside(folder, "corrupt");
 }
@@ -180,7 +180,7 @@ RestartJournal::Content RestartJournal::unknown(std::string const& why) const {
 RestartJournal::Content RestartJournal::setAside(UniqueFd const& folder, char const* why) const {
   const bool isAside = ::renameat(folder.get(), kName, folder.get(), kBadName) == 0;
   return unknown(isAside ? fmt::format("{}; set aside as {}", why, kBadName)
-                         : fmt::format("{}, and cannot be set aside: {}", why, causeOf(errno)));
+                         : fmt::format("{}, and cannot be set aside: {}", why, errnoText(errno)));
 }
 
 int RestartJournal::store(std::vector<PastRestart> const& past) {

@@ -8,8 +8,6 @@ namespace ctl {
 
 namespace {
 
-constexpr long kFirstSuccess = 200;
-constexpr long kAfterSuccess = 300;
 constexpr long kFirstError = 400;
 constexpr long kUnavailable = 503;
 
@@ -43,9 +41,7 @@ Result<Json> understandLine(std::string_view line) {
 }
 
 Result<Answer> understand(Response response) {
-  if (response.status < kFirstSuccess || response.status >= kAfterSuccess) {
-    return errorOf(response);
-  }
+  if (!isSuccess(response.status)) return errorOf(response);
   auto json = understandLine(response.body);
   if (auto* failure = std::get_if<Failure>(&json)) return std::move(*failure);
   return Answer{std::move(response.body), std::get<Json>(std::move(json))};

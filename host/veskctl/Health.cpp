@@ -19,12 +19,12 @@ constexpr std::array<Health, 5> kHealths = {{
 }};
 
 /// Passes that a host may be late by before what it has not looked at counts.
-constexpr double kPatience = 2;
+constexpr double kPassesLate = 2;
 
 /// Whether the host has made a pass, or was started, so lately that the next one is due.
 bool isAtWork(Json const& status, WallTime now) {
   Json const& watchdog = field(status, "watchdog");
-  const double patience = kPatience * 1000 * numberOf(watchdog, "sample_time").value_or(0);
+  const double patience = kPassesLate * 1000 * numberOf(watchdog, "sample_time").value_or(0);
   const auto last = timeOf(watchdog, "last_pass_at");
   if (!last) return numberOf(status, "uptime_ms").value_or(patience) < patience;
   return std::abs(static_cast<double>((now - *last).count())) < patience;

@@ -20,6 +20,8 @@ struct Response {
   std::string body;
 };
 
+constexpr bool isSuccess(long status) { return status >= 200 && status < 300; }
+
 /// The way to the host.
 class IApi {
  public:

@@ -9,8 +9,6 @@ namespace ctl {
 
 namespace {
 
-constexpr long kFirstSuccess = 200;
-constexpr long kAfterSuccess = 300;
 constexpr int kTurnMilliseconds = 1000;
 
 }  // namespace
@@ -103,7 +101,7 @@ bool Transfer::take(std::string_view bytes) {
   fIsTooLarge = bytes.size() > HttpClient::kLargest - fBody.size();
   if (fIsTooLarge) return false;
   fBody += bytes;
-  const bool isStream = fTake != nullptr && status() >= kFirstSuccess && status() < kAfterSuccess;
+  const bool isStream = fTake != nullptr && isSuccess(status());
   if (isStream) fIsEnough = !takeLines();
   return !fIsEnough;
 }
