@@ -62,6 +62,19 @@ debug 	watchdog.process.sample_time = 2
   EXPECT_TRUE(service()->containsProcess(L""));
 }
 
+TEST_F(Configuration, DumpsAsMuchOfAMemoryLimitAsItsFormatHolds) {
+  PBaseptr<PProcessWatchdog> watchdog;
+  watchdog = new PProcessWatchdog;
+  constexpr unsigned long long kLimit = 5'000'000'000;
+  const Entry entry = newEntry(L"large");
+  entry->setMemLimit(kLimit);
+  ASSERT_EQ(watchdog->addProcessEntry(entry.get()), 0);
+  ASSERT_EQ(watchdog->init(), 0);
+  EXPECT_EQ(take("debug \twatchdog.process.1.mem_limit"),
+            "\ndebug \twatchdog.process.1.mem_limit = " +
+                std::to_string(static_cast<unsigned long>(kLimit)) + "\n");
+}
+
 TEST_F(Configuration, EveryGlobalKeyIsNeeded) {
   std::string reads = "\n";
   for (const std::string key :

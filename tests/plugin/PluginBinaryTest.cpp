@@ -1,5 +1,6 @@
 // The library as it is delivered.
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "framework/PUtils.h"
+#include "plugin/PProcessWatchdogPlugin.h"
 
 namespace {
 
@@ -46,6 +48,20 @@ TEST(PluginBinary, ExportsTheFactoryAndNeedsTheFrameworkAndTheStandardLibrary) {
   const std::regex standard(
       "(libstdc\\+\\+|libgcc_s|libc|libm|ld-linux[^.]*|lib(a|ub|t)san)\\.so.*");
   for (auto const& name : needed) EXPECT_TRUE(std::regex_match(name, standard)) << name;
+}
+
+// A `char` is widened by whoever returns it on one processor, by whoever takes it on another.
+TEST(PluginBinary, ItsClientsSeeLimitsAbove127) {
+  void* const library = ::dlopen(WATCHDOG_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << ::dlerror();
+  PBaseptr<IPlugin> plugin;
+  plugin = reinterpret_cast<IPlugin* (*)()>(::dlsym(library, "_Z13veskGetPluginv"))();
+  IBase* instance = nullptr;
+  ASSERT_EQ(plugin->getInstance(ID_IPROCESSWATCHDOGENTRY, instance), 0);
+  PBaseptr<IProcessWatchdogEntry> entry;
+  entry = static_cast<IProcessWatchdogEntry*>(instance);
+  entry->setCpuLimit(static_cast<char>(200));
+  EXPECT_EQ(int{entry->getCpuLimit()}, 200);
 }
 
 }  // namespace

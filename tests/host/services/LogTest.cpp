@@ -51,12 +51,15 @@ TEST(Log, FormatsWideTextOfAnyLengthAndKeepsWhatItCannotFormat) {
   const auto logger = holdRef(new Logger(log.output()));
   const std::string longText(200'000, 'x');
   EXPECT_EQ(logger->info(0, L"[%s] `%ls' %u %llu", "name", L"t\u00e4xt", ~0U, ~0ULL), 0);
+  // 64 bits behind an odd number of 32-bit words, twice; above, an even number.
+  EXPECT_EQ(logger->info(0, L"%u %u %llu %u %llu", 1U, 2U, 1ULL << 32, 3U, 2ULL << 32), 0);
   EXPECT_EQ(logger->init(L"own.name"), 0);
   EXPECT_EQ(logger->error(0, L"%s", longText.c_str()), 0);
   EXPECT_LT(logger->error(0, L"no text: %s", "\xff"), 0);
   EXPECT_EQ(logger->error(0, nullptr), -EINVAL);
   EXPECT_THAT(log.lines(), testing::ElementsAre(
                                "info vesk: [name] `t\xc3\xa4xt' 4294967295 18446744073709551615",
+                               "info vesk: 1 2 4294967296 3 8589934592",
                                "error own.name: " + longText, "error own.name: no text: %s"));
 }
 
