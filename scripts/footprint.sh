@@ -59,5 +59,6 @@ else
   world=(unshare --map-root-user --mount --pid --fork --kill-child --mount-proc)
 fi
 if [ "${2-}" = --play ]; then play; exit; fi
+echo "== $preset: what it costs a device"
 file_sizes
 "${world[@]}" "$0" "$preset" --play
