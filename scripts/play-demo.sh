@@ -3,10 +3,10 @@
 # runs veskd on a configuration with five programs that misbehave, shows its log live,
 # and says what was expected and what happened. Exit status 0 only if all five happened.
 #
-#   play-demo.sh BINDIR [CONFIG]
+#   play-demo.sh BINDIR [CONFIG [SECONDS]]
 #
 # BINDIR has veskd, libveskp.watchdog.process.so and demo_program; CONFIG:
-# examples/demo.toml of this source tree unless given.
+# examples/demo.toml of this source tree unless given; SECONDS that it may all take: 45.
 set -euo pipefail
 
 die() {
@@ -18,7 +18,7 @@ die() {
 out=$(realpath "$1")
 config=$(realpath "${2-$(dirname "$0")/../examples/demo.toml}")
 
-deadline_seconds=45
+deadline_seconds=${3-45}
 names=(demo-server demo-spinner demo-leaker demo-crowd demo-hopeless)
 
 for name in "${names[@]}"; do
