@@ -148,8 +148,8 @@ write_transcript() {
 Printed by \`scripts/device.sh docs/device.md\`, which makes a small Debian 12 for 32-bit
 ARM, with Debian's kernel and systemd as the first process, installs the cross-built
 \`veskd\` as its service, and boots it in qemu's full emulation (machine \`virt\`, Cortex-A15,
-two cores, $memory MiB). There \`packaging/image/trial.sh\` does what follows. The times are the
-emulation's, on two shared cores of x86-64; a real device of that kind is faster.
+two cores, $memory MiB). There \`packaging/image/trial.sh\` does what follows. The times are those of
+an emulation on a busy machine, and say nothing of a device's.
 
 | Part | Seconds |
 |---|---|
