@@ -42,16 +42,14 @@ function scoped(name,    result, i) {
   return result name
 }
 
-# Lines belong to the innermost described class that is public.
+# What is said of `owner`, the public class or enumeration around this line, if there is one.
 function line(kind, place, what) {
   lines[owner] = lines[owner] sprintf("\n  %s %-4s %s", kind, place, what)
 }
 
 FNR == NR { public[$0] = 1; next }
 
-/<(namespace|class|union|enum)-decl / && !/is-declaration-only='yes'/ {
-  full = scoped(attribute("name"))
-}
+/<(class|union|enum)-decl / { full = scoped(attribute("name")) }
 /<namespace-decl / { enter(attribute("name")) }
 /<\/namespace-decl>/ { depth-- }
 
