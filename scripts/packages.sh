@@ -97,9 +97,12 @@ pack() (
 )
 
 run_lintian() {
-  local findings
+  local findings options=()
+  # Without the stack protector, which other presets do not have, the plug-in calls the C
+  # library only through the libraries of C++ and of the framework.
+  [ -z "$tree" ] || options=(--suppress-tags library-not-linked-against-libc)
   # As root it says that it would rather not be.
-  findings=$(lintian --fail-on error,warning "$1"/*.deb 2>&1 | grep -v '^running with root' || true)
+  findings=$(lintian "${options[@]}" "$1"/*.deb 2>&1 | grep -v '^running with root' || true)
   [ -z "$findings" ] || { echo "$findings"; die "lintian has findings"; }
   echo "lintian: no errors, no warnings"
 }
