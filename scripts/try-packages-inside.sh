@@ -90,8 +90,8 @@ dpkg -P veskd veskp-watchdog-process libvesk >/dev/null 2>&1
 
 echo "-- installed"
 install 1
-until_is "veskd is started by the installation" 5 runs veskd
-until_is "it answers" 5 answers
+until_is "veskd is started by the installation" 60 runs veskd
+until_is "it answers" 60 answers
 check "it is started with the machine" [ -e /etc/rc2.d/S01veskd ]
 check "it watches nothing" watches_nothing
 
@@ -107,7 +107,7 @@ respawn_enabled = true
 respawn_limit = 1
 TOML
 /etc/init.d/veskd reload >/dev/null
-until_is "veskd starts the program" 10 runs vesk-tried
+until_is "veskd starts the program" 60 runs vesk-tried
 program=$pids
 
 # upgraded WHAT PACKAGE...: another veskd, the same program.
@@ -116,7 +116,7 @@ upgraded() {
   after=$1
   shift
   install "$@"
-  until_is "$after: veskd runs" 5 runs veskd
+  until_is "$after: veskd runs" 60 runs veskd
   check "$after: it is another process" differ "$before" "$pids"
   look_for vesk-tried
   check "$after: the program lives on" same "$program" "$pids"
@@ -126,7 +126,7 @@ echo "-- upgraded"
 upgraded "library alone" 2 libvesk
 upgraded "plug-in alone" 2 veskp-watchdog-process
 upgraded "veskd alone" 2 veskd
-until_is "it answers" 5 answers
+until_is "it answers" 60 answers
 # How long nobody watched: the log has the time of the former one's stop (the sample under
 # way is ended first) and of the next one's start.
 awk -F '[T:+]' '
@@ -138,7 +138,7 @@ awk -F '[T:+]' '
 check "the changed configuration is kept" grep -q vesk-tried /etc/veskd.toml
 kill "$program"
 started_anew() { runs vesk-tried && [ "$pids" != "$program" ]; }
-until_is "the program, ended now, is started anew" 10 started_anew
+until_is "the program, ended now, is started anew" 60 started_anew
 program=$pids
 
 echo "-- all at once, back to the former version"
