@@ -1,4 +1,8 @@
 # What is installed where; the component of a file is the package that it goes into.
+# Debian's folder for libraries, which GNUInstallDirs knows only of the building machine.
+if(CMAKE_CROSSCOMPILING AND CMAKE_LIBRARY_ARCHITECTURE AND CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
+endif()
 include(GNUInstallDirs)
 
 install(TARGETS veskp.watchdog.process LIBRARY DESTINATION lib/vesk COMPONENT veskp-watchdog-process)

@@ -123,7 +123,7 @@ check_contents() {
     expected=$root/packaging/debian/$package/contents
     if [ -e "$expected" ]; then
       found=$(cd "$unpacked" && find . ! -type d -printf '%m %P\n' | sed "s|$triplet|TRIPLET|" | LC_ALL=C sort -k 2)
-      diff <(echo "$found") "$expected" || die "$package: other files (>) than $expected names (<)"
+      diff "$expected" <(echo "$found") || die "$package: other files (>) than $expected names (<)"
     fi
     rm -rf "$unpacked"
     dpkg-deb -f "$out"/"$package"_*.deb Package Version Depends
