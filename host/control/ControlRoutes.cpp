@@ -159,7 +159,8 @@ HttpAnswer events(ApiCall const& call) {
   RecordJournal const& journal = *call.api.sources().journal;
   const std::uint64_t most = limit.value_or(kUsualEvents);
   const std::uint64_t next = journal.next();
-  const auto batch = journal.read(from.value_or(next > most ? next - most : 1), most);
+  const auto batch =
+      journal.read(from.value_or(next > most ? next - most : 1), static_cast<std::size_t>(most));
   json list = json::array();
   for (WatchRecord const& record : batch.records) list.push_back(recordJson(record));
   return answerOf(

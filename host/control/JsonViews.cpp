@@ -1,17 +1,22 @@
 #include "host/control/JsonViews.h"
 
-#include <fmt/chrono.h>
+#include <fmt/format.h>
 
+#include <chrono>
 #include <nlohmann/json.hpp>
 
 using nlohmann::json;
 
 namespace {
 
+// By the calendar and not by `time_t`, which ends in 2038 where it has 32 bits.
 std::string timeText(WallTime time) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
-  return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(seconds.time_since_epoch().count()),
-                     (time - seconds).count());
+  const auto midnight = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(midnight);
+  const std::chrono::hh_mm_ss clock(time - midnight);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", int{date.year()},
+                     unsigned{date.month()}, unsigned{date.day()}, clock.hours().count(),
+                     clock.minutes().count(), clock.seconds().count(), clock.subseconds().count());
 }
 
 template <typename Value>
