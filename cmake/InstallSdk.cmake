@@ -31,6 +31,8 @@ set(public_headers
   framework/veskGetInstance.h
   plugin/PBaseptr.h
   plugin/PPtr.h
+  watchdog/FrameworkResult.h
+  watchdog/Guarded.h
   watchdog/IProcessWatchdog.h
   watchdog/IProcessWatchdogEntry.h
   watchdog/IProcessWatchdogInfo.h
