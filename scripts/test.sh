@@ -4,12 +4,13 @@
 #   scripts/test.sh [PRESET...]
 #
 # PRESET: default, asan (AddressSanitizer and UndefinedBehaviorSanitizer), tsan
-# (ThreadSanitizer), armhf (built for 32-bit ARM and run in its emulator), lint
-# (clang-format and clang-tidy), or all. Without one: default.
+# (ThreadSanitizer), armhf (built for 32-bit ARM and run in its emulator), packages (made of
+# what default and armhf build, twice, and checked), lint (clang-format and clang-tidy), or
+# all. Without one: default.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-known=(lint default asan tsan armhf)
+known=(lint default asan tsan armhf packages)
 
 run_lint() {
   install_missing "${lint_packages[@]}" "${bench_packages[@]}"
@@ -65,6 +66,11 @@ run_emulated() {
   ! grep -F '***Skipped' "$output" || die "skipped without a reason in $skipped"
 }
 
+run_packages() {
+  "$root/scripts/packages.sh" --tree default --twice amd64
+  "$root/scripts/packages.sh" --tree armhf --twice armhf
+}
+
 [ $# -gt 0 ] || set -- default
 [ "$*" = all ] && set -- "${known[@]}"
 for preset in "$@"; do
@@ -73,7 +79,10 @@ done
 
 install_missing "${packages[@]}"
 for preset in "$@"; do
-  if [ "$preset" = lint ]; then run_lint; else run_tests "$preset"; fi
+  case $preset in
+    lint | packages) "run_$preset" ;;
+    *) run_tests "$preset" ;;
+  esac
 done
 for preset in "$@"; do
   [[ " default armhf " != *" $preset "* ]] || "$root/scripts/footprint.sh" "$preset"
