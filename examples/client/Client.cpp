@@ -45,7 +45,10 @@ class Client : public Counted<IEventListener> {
     if (fWatchdog && fWatchdog->getProcessInfo(fName, watched) == PResult::ok &&
         watched == fEntry.get())  // and not another's of the same name
       fWatchdog->removeProcessEntry(fName);
-    fWatchdog = nullptr;  // what `onEvent` uses stays: a last event may be under way
+    // A last event may be under way. What `onEvent` uses stays; but the host can wait for
+    // that event only when nobody holds the dispatcher, and then unloads this code.
+    fEvents = nullptr;
+    fWatchdog = nullptr;
   }
 
   /// On the dispatcher's thread, for the programs of everybody.

@@ -2,7 +2,12 @@
 
 #include <dlfcn.h>
 
+#include <semaphore>
+
+#include "framework/IEventDispatcher.h"
 #include "framework/PUtils.h"
+#include "host/HoldRef.h"
+#include "host/RefCounted.h"
 #include "host/daemon/PluginLibrary.h"
 #include "host/daemon/Services.h"
 #include "tests/host/daemon/VeskdFixture.h"
@@ -85,6 +90,36 @@ TEST_F(Client, EndsInAnyOrderAndLibrariesStayAsLongAsTheirCodeIsNeeded) {
     EXPECT_TRUE(isLoaded(WATCHDOG) == isHeld && !isLoaded(CLIENT));
   }
   EXPECT_FALSE(held->containsProcess(L"none"));
+}
+
+class Gate : public RefCounted<IEventListener> {
+ public:
+  void onEvent(PLiteral const&, IBase*, int) override { isReached.release(), isOpen.acquire(); }
+
+  std::binary_semaphore isReached{0}, isOpen{0};
+};
+
+// Who holds it keeps the host from waiting for an event before it unloads the listener's code.
+TEST_F(Client, LetsGoOfTheDispatcherThoughAnEventIsOnItsWay) {
+  fFolder.makeFile("v.toml", configuration(""));
+  std::string cause;
+  auto watchdog = PluginLibrary::open(WATCHDOG, cause);
+  auto client = PluginLibrary::open(CLIENT, cause);
+  const CollectedLog log;
+  const Services services({}, {"", std::get<TomlFile>(readTomlFile(path("v.toml")))}, log.output());
+  PBaseptr<IEventDispatcher> events;
+  obtainInstance(ID_IEVENTDISPATCHER, events);
+  const auto gate = holdRef(new Gate);
+  events->subscribe(kTopicInstHigh, gate.get());  // is called before the client is
+  const int holders = events->incRef();
+  ASSERT_EQ(watchdog->start() + client->start(), 0) << log.text();
+  events->postEvent(kTopicInstHigh, nullptr, 2);
+  gate->isReached.acquire();
+  client->stop();
+  watchdog->stop();
+  watchdog->release();
+  EXPECT_EQ(events->decRef(), holders - 1);
+  gate->isOpen.release();
 }
 
 }  // namespace
