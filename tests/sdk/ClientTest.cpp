@@ -119,6 +119,7 @@ TEST_F(Client, LetsGoOfTheDispatcherThoughAnEventIsOnItsWay) {
   watchdog->stop();
   watchdog->release();
   EXPECT_EQ(events->decRef(), holders - 1);
+  EXPECT_FALSE(watchdog->isHeld());
   gate->isOpen.release();
 }
 

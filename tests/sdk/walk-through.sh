@@ -34,11 +34,9 @@ fi
 # Only relative names show, whatever the machine.
 mkdir "$folder/vesk"
 ln -s "$build" "$folder/vesk/build"
-printf '#!/bin/sh\nwhile sleep 1; do :; done\n' >"$folder/$program"
-chmod +x "$folder/$program"
 cd "$folder"
-export LC_ALL=C PATH=$folder:$folder/vesk/build:$PATH CMAKE_GENERATOR=Ninja
-unset PKG_CONFIG_PATH VESKD_SOCKET
+export LC_ALL=C PATH=$folder/vesk/build:$PATH
+unset CMAKE_GENERATOR PKG_CONFIG_PATH VESKD_SOCKET
 
 say() { printf '%s\n' "$*"; }
 
@@ -76,9 +74,12 @@ as they stand here, and this is what they printed.
 
 ## What you need
 
-A C++17 compiler, CMake or pkg-config, and a host to run in, `veskd`. With the packages `libvesk` and `vesk-dev`
-installed, leave out all that has to do with the folder `sdk` below. Without packages,
-any folder will do; this fills one from a build of vesk:
+A C++17 compiler, CMake (with Ninja, here) or pkg-config, and a host to run in, `veskd`.
+With the packages `libvesk`, `vesk-dev`, `veskd` and `veskp-watchdog-process` installed,
+leave out all that has to do with the folder `sdk` below, read
+`/usr/share/doc/vesk-dev/examples/client` for the example's folder, and name the watchdog
+`/usr/lib/vesk/libveskp.watchdog.process.so`. Without packages, any folder will do; this
+fills one from a build of vesk, whose programs are in the `PATH`:
 
 END
 type_in 'cmake --install vesk/build --component libvesk --prefix sdk >/dev/null'
@@ -112,7 +113,7 @@ beside it; the topics of the events are in `watchdog/IProcessWatchdog.h`.
 ## Building it
 
 END
-type_in "cmake -S client -B client/build -DCMAKE_PREFIX_PATH=\$PWD/sdk >/dev/null"
+type_in "cmake -G Ninja -S client -B client/build -DCMAKE_PREFIX_PATH=\$PWD/sdk >/dev/null"
 type_in 'cmake --build client/build'
 say "The whole of its \`CMakeLists.txt\`:"
 say
@@ -121,13 +122,16 @@ say 'Or with one line, and no CMake:'
 say
 export PKG_CONFIG_PATH=sdk/lib/pkgconfig
 printf '    $ export PKG_CONFIG_PATH=%s\n\n' "$PKG_CONFIG_PATH"
-type_in "g++ -shared -fPIC -o client/libclient.so client/Client.cpp -Wl,--version-script=client/exports.map \$(pkg-config --cflags --libs vesk)"
+type_in "g++ -std=c++17 -shared -fPIC -o client/libclient.so client/Client.cpp -Wl,--version-script=client/exports.map \$(pkg-config --cflags --libs vesk)"
 say 'Either way the library exports one function, and nothing else:'
 say
 type_in 'nm -DC --defined-only client/build/libclient.so | cut -d " " -f 2-'
 
 say '## Running it'
 say
+say 'The program to keep running may be any. This one stands for it:'
+say
+type_in "printf '#!/bin/sh\\nwhile sleep 1; do :; done\\n' >$program && chmod +x $program"
 say 'The client comes behind the watchdog, for plug-ins are started in the order of this list:'
 say
 cat >veskd.toml <<EOF
@@ -144,14 +148,14 @@ sample_time = 1
 
 [client]
 name = "$program"
-executable = "$program"
+executable = "./$program"
 EOF
 type_in 'cat veskd.toml'
 cat <<'END'
 The check knows the keys of the host and of the watchdog, and no others. So it warns of a
-table of yours, which is right nevertheless; the running host, which sees who reads what,
-does not. With `config_dir` your table is in a file of its own, `client.toml`, that nobody
-else looks into.
+table of yours, which is right nevertheless, and so does the answer to a reload. The log of
+the running host, which sees who reads what, does not. With `config_dir` your table is in a
+file of its own, `client.toml`, that nobody else looks into.
 
 END
 type_in 'veskd --check -c veskd.toml'
@@ -168,8 +172,9 @@ Somebody starts it once more, by hand. The watchdog counts two at its next look 
 publishes an event; the client hears it, and will at every look until one of them is gone:
 
 END
-printf '    $ %s &\n\n' "$program"
+printf '    $ ./%s &\n\n' "$program"
 setsid "./$program" </dev/null >/dev/null 2>&1 &
+second_pid=$!
 disown
 await 'runs 2 times'
 type_in "grep ' client: ' veskd.log | head -n 2"
@@ -180,7 +185,10 @@ for _ in $(seq 100); do
   sleep 0.1
 done
 type_in "veskctl --socket veskd.sock show $program | head -n 6"
-pkill -KILL -f "^/bin/sh ./$program\$"
+say 'That one is ended again:'
+say
+printf '    $ kill %%2\n\n'
+kill "$second_pid"
 cat <<'END'
 A reload ends all plug-ins, the last of the list first, and starts them anew from the same
 libraries. The client takes its entry away and adds it again, and its program runs on:
@@ -216,7 +224,7 @@ And a library that calls what is defined nowhere; the linker finds that sooner w
 
 END
 sed 's|fLog->init(L"client");|& void missing(); missing();|' client/Client.cpp >client/Wrong.cpp
-type_in "g++ -shared -fPIC -o libwrong.so client/Wrong.cpp \$(pkg-config --cflags --libs vesk)"
+type_in "g++ -std=c++17 -shared -fPIC -o libwrong.so client/Wrong.cpp \$(pkg-config --cflags --libs vesk)"
 type_in 'veskd --log-level error --plugin libwrong.so 2>&1 | cut -d " " -f 2-'
 cat <<'END'
 `veskd --log-level debug` shows what `ILogger::debug` logs, and the watchdog's own steps.
@@ -271,7 +279,7 @@ In a list of threads, `vesk-events` is the one that events come on, and
   throw, and texts may. Results are 0 or negative codes.
 - Operations of an interface are called by their place in it. Implement all of them, in no
   other order than the header's, and add your own behind them.
-- The host never unloads a library while its plug-in or an object that `getInterfaces` offers is
-  held. It knows nothing of your other objects. Threads of your own are yours to end: before
-  the plug-in ends, for their code may go then.
+- The host never unloads a library while its plug-in or an object that `getInterfaces`
+  offers is held. It knows nothing of your other objects. Threads of your own are yours to
+  end: before the plug-in ends, for their code may go then.
 END
