@@ -1,13 +1,18 @@
 # The plug-in alone, on a framework from outside: VESK_FRAMEWORK_DIR has its headers as
-# include/framework/*.h and its library as lib/libvesk.so.
+# include/framework/*.h, or below include/vesk as our own are installed, and its library
+# as lib/libvesk.so.
+set(headers include)
+if(EXISTS ${VESK_FRAMEWORK_DIR}/include/vesk/framework)
+  set(headers include/vesk)
+endif()
 
 # What the plug-in asks of a framework, and nothing else.
 set(missing "")
-foreach(header IBase IConfig IConfigManager IEventDispatcher IEventListener IExtCounters ILogger
-               IOSRestart IPlugin PConditionalVar PCounter PCounterSync PLiteral PMutex PProcess
-               PString PThread PTime PUtils veskGetInstance)
-  if(NOT EXISTS ${VESK_FRAMEWORK_DIR}/include/framework/${header}.h)
-    list(APPEND missing include/framework/${header}.h)
+foreach(header IBase IConfig IConfigManager IEventDispatcher IExtCounters ILogger IOSRestart
+               IPlugin PConditionalVar PCounter PCounterSync PLiteral PMutex PProcess PString
+               PThread PTime PUtils veskGetInstance)
+  if(NOT EXISTS ${VESK_FRAMEWORK_DIR}/${headers}/framework/${header}.h)
+    list(APPEND missing ${headers}/framework/${header}.h)
   endif()
 endforeach()
 if(NOT EXISTS ${VESK_FRAMEWORK_DIR}/lib/libvesk.so)
@@ -35,4 +40,4 @@ foreach(folder plugin watchdog)
 endforeach()
 set(include_folders ${product})
 # Its warnings are not ours.
-include_directories(SYSTEM ${VESK_FRAMEWORK_DIR}/include)
+include_directories(SYSTEM ${VESK_FRAMEWORK_DIR}/${headers})

@@ -42,6 +42,10 @@ check_library "$client/build/libclient.so"
 ninja -C "$client/build" -t deps | sed 's/^ *//' | grep "^$(dirname "$(dirname "$here")")/" |
   grep -v "^$work/" && fail "these headers are not of the installed ones"
 
+echo "== the watchdog itself"
+cmake -G Ninja -S "$here/../.." -B "$work/watchdog" -DCMAKE_CXX_COMPILER="$compiler" \
+  "${options[@]}" -DVESK_FRAMEWORK_DIR="$sdk" >"$work/configure.txt" 2>&1 || fail "$(cat "$work/configure.txt")"
+
 echo "== pkg-config"
 export PKG_CONFIG_LIBDIR=$sdk/lib/pkgconfig
 unset PKG_CONFIG_PATH PKG_CONFIG_SYSROOT_DIR
