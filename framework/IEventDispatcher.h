@@ -25,6 +25,6 @@ class IEventDispatcher : public IBase {
   /// @param source what the event is about, or null; a reference to it is held
   ///        until the event is delivered.
   /// @return 0, or -ENOBUFS when listeners are so far behind that the queue is
-  ///         full and the event is dropped.
+  ///         full, or the host has ended its services, and the event is dropped.
   virtual int postEvent(PLiteral const& topic, IBase* source, int value) = 0;
 };

@@ -45,10 +45,8 @@ class Client : public Counted<IEventListener> {
     if (fWatchdog && fWatchdog->getProcessInfo(fName, watched) == PResult::ok &&
         watched == fEntry.get())  // and not another's of the same name
       fWatchdog->removeProcessEntry(fName);
-    // A last event may be under way. What `onEvent` uses stays; but the host can wait for
-    // that event only when nobody holds the dispatcher, and then unloads this code.
-    fEvents = nullptr;
-    fWatchdog = nullptr;
+    fWatchdog = nullptr;  // nothing of others' is kept
+    fEvents = nullptr;    // but what `onEvent` uses: a last event may be under way
   }
 
   /// On the dispatcher's thread, for the programs of everybody.

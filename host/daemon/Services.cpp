@@ -7,7 +7,6 @@
 #include "framework/PResult.h"
 #include "host/HoldRef.h"
 #include "host/libvesk/Runtime.h"
-#include "host/services/EventDispatcher.h"
 #include "host/services/Logger.h"
 #include "host/watch/ObservedUtilities.h"
 #include "host/watch/RecordedServices.h"
@@ -83,6 +82,7 @@ Services::Services(HostSettings const& settings, ConfigSources sources,
     : fJournal(std::make_shared<RecordJournal>()),
       fBoard(std::make_shared<WatchBoard>(fJournal)),
       fUtilities(makeUtilities(settings, *output, fBoard)),
+      fEvents(holdRef(new EventDispatcher(output->logger("vesk.events")))),
       fCounters(holdRef(new ExtCounters)),
       fRestart(holdRef(makeRestart(settings, fUtilities, fBoard, output->logger("vesk.restart")))) {
   fConfigManager = holdRef(new ConfigManager(std::move(sources), output->logger("vesk.config")));
@@ -92,14 +92,14 @@ Services::Services(HostSettings const& settings, ConfigSources sources,
     return PResult::ok;
   });
   Runtime::provide(ID_ICONFIGMANAGER, fConfigManager.get());
-  auto* const events = new EventDispatcher(output->logger("vesk.events"));
-  Runtime::provide(ID_IEVENTDISPATCHER, new RecordedEvents(events, fBoard));
+  Runtime::provide(ID_IEVENTDISPATCHER, new RecordedEvents(fEvents.get(), fBoard));
   Runtime::provide(ID_IEXTCOUNTERS, fCounters.get());
   Runtime::provide(ID_IOSRESTART, new RecordedRestart(fRestart.get(), fBoard));
 }
 
 Services::~Services() {
   Runtime::reset();
+  fEvents->close();
   fJournal->close();
 }
 

@@ -8,6 +8,7 @@
 #include "host/daemon/HostSettings.h"
 #include "host/process/ProcessUtilities.h"
 #include "host/services/ConfigManager.h"
+#include "host/services/EventDispatcher.h"
 #include "host/services/ExtCounters.h"
 #include "host/services/LogOutput.h"
 #include "host/services/OsRestart.h"
@@ -22,7 +23,8 @@ class Services {
            std::shared_ptr<LogOutput> const& output);
 
   /// Withdraws the services, then the process utilities, which first finish the
-  /// kills that they began.
+  /// kills that they began. No listener is called any more after that, even of a
+  /// component that still holds the dispatcher: its library may be unloaded next.
   ~Services();
   Services(Services const&) = delete;
   Services& operator=(Services const&) = delete;
@@ -41,6 +43,7 @@ class Services {
   std::shared_ptr<WatchBoard> fBoard;
   std::shared_ptr<ConfigManager> fConfigManager;
   std::shared_ptr<ProcessUtilities> fUtilities;
+  std::shared_ptr<EventDispatcher> fEvents;
   std::shared_ptr<ExtCounters> fCounters;
   std::shared_ptr<OsRestart> fRestart;
 };

@@ -15,13 +15,18 @@ EventDispatcher::EventDispatcher(std::shared_ptr<spdlog::logger> log, std::size_
       }) {}
 
 EventDispatcher::~EventDispatcher() {
-  fQueue->stop();
   // A listener may have held the last reference; no thread joins itself.
   if (fThread.get_id() == std::this_thread::get_id()) {
+    fQueue->stop();
     fThread.detach();
   } else {
-    fThread.join();
+    close();
   }
+}
+
+void EventDispatcher::close() {
+  fQueue->stop();
+  if (fThread.joinable()) fThread.join();
 }
 
 int EventDispatcher::subscribe(PLiteral const& topic, IEventListener* listener) {

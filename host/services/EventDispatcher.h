@@ -24,6 +24,10 @@ class EventDispatcher : public RefCounted<IEventDispatcher> {
   int unsubscribe(PLiteral const& topic, IEventListener* listener) override;
   int postEvent(PLiteral const& topic, IBase* source, int value) override;
 
+  /// Delivers what was posted and ends the thread, whoever still holds this object; what is
+  /// posted later is refused. Not for listeners.
+  void close();
+
  private:
   ~EventDispatcher() override;
 

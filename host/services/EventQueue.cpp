@@ -33,7 +33,7 @@ bool EventQueue::unsubscribe(PLiteral const& topic, IEventListener* listener) {
 bool EventQueue::post(PLiteral const& topic, IBase* source, int value) {
   Event event{topic, holdRef(source), value, 0};
   const std::lock_guard lock(fMutex);
-  if (fEvents.size() >= fCapacity) return false;
+  if (fStopped || fEvents.size() >= fCapacity) return false;
   event.number = fPosted;
   fEvents.push_back(std::move(event));
   ++fPosted;

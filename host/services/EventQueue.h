@@ -25,7 +25,7 @@ class EventQueue {
   /// Ends one subscription. @return false when there is none.
   bool unsubscribe(PLiteral const& topic, IEventListener* listener);
 
-  /// @return false when the queue is full.
+  /// @return false when the queue is full, or stopped.
   bool post(PLiteral const& topic, IBase* source, int value);
 
   /// Delivers events until `stop` is called and nothing is left to deliver.

@@ -99,8 +99,8 @@ class Gate : public RefCounted<IEventListener> {
   std::binary_semaphore isReached{0}, isOpen{0};
 };
 
-// Who holds it keeps the host from waiting for an event before it unloads the listener's code.
-TEST_F(Client, LetsGoOfTheDispatcherThoughAnEventIsOnItsWay) {
+// After a reload it must not look as if the former watchdog were still at work.
+TEST_F(Client, LetsGoOfWhatIsOthersThoughAnEventIsOnItsWay) {
   fFolder.makeFile("v.toml", configuration(""));
   std::string cause;
   auto watchdog = PluginLibrary::open(WATCHDOG, cause);

@@ -243,9 +243,6 @@ In a list of threads, `vesk-events` is the one that events come on, and
   them, so it does not matter here whose plug-in ends first. For the same reason, let go of
   what belongs to other plug-ins when yours is stopped: a host that finds the former
   watchdog still held after a reload must assume that it still runs, and ends.
-- **Let go of the dispatcher, too.** Before it unloads your library at its end, the host
-  waits for the event that is under way. It cannot while a listener holds the dispatcher:
-  your code would go while it runs.
 - **What you hand over is held by others.** The dispatcher holds a listener until
   `unsubscribe`, and for as long as a call of it is under way. That is why the listener and
   the plug-in are two objects: the plug-in is the host's alone, so that it ends when the
@@ -280,6 +277,7 @@ In a list of threads, `vesk-events` is the one that events come on, and
 - Operations of an interface are called by their place in it. Implement all of them, in no
   other order than the header's, and add your own behind them.
 - The host never unloads a library while its plug-in or an object that `getInterfaces`
-  offers is held. It knows nothing of your other objects. Threads of your own are yours to
-  end: before the plug-in ends, for their code may go then.
+  offers is held, nor while one of your listeners is at work. It knows nothing of your other
+  objects. Threads of your own are yours to end: before the plug-in ends, for their code may
+  go then.
 END

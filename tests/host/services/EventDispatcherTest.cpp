@@ -105,4 +105,18 @@ TEST_F(Events, AFullQueueRefusesAndSourcesLiveUntilDelivered) {
   EXPECT_THAT(fLog.lines(), ElementsAre("error test: a listener of `block' failed: no\\nmore"));
 }
 
+TEST_F(Events, EndWithTheHostWhoeverHoldsTheDispatcher) {
+  bool isDelivered = false;
+  const auto listener =
+      holdRef(new Listener([&](std::string const&, IBase*, int) { isDelivered = true; }));
+  makeBusy(2);
+  fDispatcher->subscribe(L"a", listener.get());
+  fDispatcher->postEvent(L"a", nullptr, 1);
+  fRelease.set_value();
+  fDispatcher->close();
+  EXPECT_TRUE(isDelivered);
+  EXPECT_EQ(fDispatcher->postEvent(L"a", nullptr, 2), -ENOBUFS);
+  EXPECT_EQ(fDispatcher->unsubscribe(L"a", listener.get()), 0);
+}
+
 }  // namespace
