@@ -110,6 +110,9 @@ fi
 
 code=0
 for folder in "$@"; do
+  for library in libvesk.so libveskp.watchdog.process.so libpublic_types.so; do
+    [ -e "$folder/$library" ] || die "not a folder that all was built in: $folder/$library is missing"
+  done
   architecture=$(architecture_of "$folder/libvesk.so")
   kept=$root/abi/$architecture
   now=$work/$architecture
