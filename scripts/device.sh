@@ -24,7 +24,8 @@ install_missing "${packages[@]}" "${cross_packages[@]}" "${device_packages[@]}"
 mkdir -p "$work" "$(dirname "$transcript")"
 
 machine_pid=
-clean_up() { [ -z "$machine_pid" ] || kill -KILL "$machine_pid" 2>/dev/null || true; }
+# A TERM, which `timeout' hands on: killed, it would leave the machine running.
+clean_up() { [ -z "$machine_pid" ] || kill "$machine_pid" 2>/dev/null || true; }
 trap clean_up EXIT
 trap 'exit 130' INT TERM
 
@@ -55,7 +56,7 @@ make_base() {
     return
   fi
   rm -rf "$work/base" "$work/base.complete"
-  unshare --mount --pid --fork "$root/packaging/image/make-root.sh" "$(find_mirror)" \
+  unshare --mount --pid --fork --kill-child "$root/packaging/image/make-root.sh" "$(find_mirror)" \
     "$work/base" "${image_packages[@]}" >"$work/base.log" 2>&1 ||
     die "no root folder could be made, see $work/base.log"
   echo $((SECONDS - begin)) >"$work/base.seconds"

@@ -3,6 +3,8 @@
 # packages are tried in: /packages/1 has them, /packages/2 the next version of them.
 # Little more than the shell is started here: under emulation each program costs much.
 set -eu
+# A first process is deaf to what it does not ask for.
+trap 'exit 130' INT TERM
 
 fail() {
   echo "FAILED: $*" >&2

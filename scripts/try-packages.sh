@@ -25,6 +25,7 @@ clean_up() {
   rm -rf "$work"
 }
 trap clean_up EXIT
+trap 'exit 130' INT TERM
 
 # Debian's smallest root folder, and the libraries. Made once: it takes minutes.
 make_base() {
@@ -59,8 +60,9 @@ cp "$next"/*.deb "$work/packages/2"
 cp "$root/scripts/try-packages-inside.sh" "$work/packages"
 inventory >"$work/packages/before"
 
-# In a process table of its own, which ends with all that runs in it.
-timeout 900 unshare --mount --pid --fork --kill-child chroot "$work" \
+# In a process table of its own, which ends with all that runs in it. In the foreground, or
+# Ctrl-C would not reach it.
+timeout --foreground -k 10 900 unshare --mount --pid --fork --kill-child chroot "$work" \
   /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C DEBIAN_FRONTEND=noninteractive \
   /bin/sh /packages/try-packages-inside.sh
 inventory >"$work/packages/after"

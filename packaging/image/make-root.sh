@@ -37,11 +37,12 @@ name_modules() {
   printf '%s\n' virtio_mmio virtio_blk ext4 >"$target/usr/share/initramfs-tools/modules.d/device"
 }
 
+# In the foreground, or Ctrl-C would not reach it.
 # debootstrap's first stage unpacks, the second one sets up with the target's own programs.
 register_handler
 included=$(IFS=,; echo "$kernel,$*")
-timeout "$((minutes * 60))" debootstrap --foreign --arch=armhf --variant=minbase \
+timeout --foreground "$((minutes * 60))" debootstrap --foreign --arch=armhf --variant=minbase \
   --include="$included" bookworm "$target" "$mirror"
 name_modules
-timeout "$((minutes * 60))" chroot "$target" /debootstrap/debootstrap --second-stage
+timeout --foreground "$((minutes * 60))" chroot "$target" /debootstrap/debootstrap --second-stage
 rm -rf "$target"/var/cache/apt/archives/*.deb
