@@ -163,6 +163,9 @@ see_stop() {
 
 see_init_script() {
   say "## The init script, with Debian's start-stop-daemon"
+  say "Without \`SYSTEMCTL_SKIP_REDIRECT' Debian's functions for init scripts would hand its work to systemd."
+  type_in 'ls /lib/lsb/init-functions.d'
+  export SYSTEMCTL_SKIP_REDIRECT=1
   type_in '/etc/init.d/veskd start'
   check 15 "it looks at its programs" status_shows '2 ok'
   type_in '/etc/init.d/veskd status'
@@ -170,8 +173,10 @@ see_init_script() {
   type_in '/etc/init.d/veskd restart'
   check 15 "it looks at its programs" status_shows '2 ok'
   check 1 "\`pump' is the same process, and the only one" is_only_pump "$pump"
+  check 1 "systemd has no part in it" is_inactive
   type_in '/etc/init.d/veskd stop'
   check 1 "\`pump' runs on" is_only_pump "$pump"
+  unset SYSTEMCTL_SKIP_REDIRECT
 }
 
 # Keeps the last look at the only veskd there is.
