@@ -28,7 +28,7 @@ image_packages=(
   libtomlplusplus3 libspdlog1.10 libfmt9 libmicrohttpd12 libcurl4 libprometheus-cpp-core1.0
 )
 # For the Debian packages: what makes and checks them, and whose libraries they need.
-package_packages=(dpkg-dev file lintian debootstrap)
+package_packages=(dpkg-dev file git lintian debootstrap)
 library_packages=(
   libc6 libgcc-s1 libstdc++6 libcurl4 libfmt9 libmicrohttpd12
   libprometheus-cpp-core1.0 libspdlog1.10 libtomlplusplus3

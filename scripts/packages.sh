@@ -29,9 +29,15 @@ done
 [ ${#archs[@]} -gt 0 ] || archs=(amd64)
 sysroot=${VESK_SYSROOT:-$root/build/sysroot-armhf}
 
-# Packages bear the time of the commit that they are made of.
-SOURCE_DATE_EPOCH=$(git -C "$root" log -1 --format=%ct 2>/dev/null || stat -c %Y "$root/CHANGELOG.md")
-export SOURCE_DATE_EPOCH
+# Packages bear the time of the commit that they are made of, whoever the sources' folder
+# belongs to. Only an unpacked archive has that time on its files.
+commit_time() {
+  if [ -e "$root/.git" ]; then
+    git -c safe.directory="$root" -C "$root" log -1 --format=%ct
+  else
+    stat -c %Y "$root/CHANGELOG.md"
+  fi
+}
 umask 022
 
 # dpkg's records of the target's packages, for dpkg-shlibdeps: the root folder that is
@@ -163,6 +169,8 @@ make_twice() {
 }
 
 install_missing "${packages[@]}" "${package_packages[@]}"
+SOURCE_DATE_EPOCH=$(commit_time)
+export SOURCE_DATE_EPOCH
 [ -z "$tree" ] || borrow_tree
 for arch in "${archs[@]}"; do
   out=$root/build/packages/$arch

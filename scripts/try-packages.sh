@@ -34,11 +34,12 @@ make_base() {
   # From where this machine's own packages come.
   suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
   # shellcheck disable=SC2016 # for apt to expand
-  mirror=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' |
-    awk -v suite="$suite" '$2 == suite { print $1; exit }')
+  mirror=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
+    awk -v suite="$suite" '$2 == suite && $3 == "main" { print $1; exit }')
   rm -rf "$base" "$base.complete"
   include=$(IFS=, && echo "${library_packages[*]}")
-  debootstrap --arch="$arch" --variant=minbase --include="$include" "$suite" "$base" "$mirror" \
+  # With mounts of its own, which go with it however it ends.
+  unshare --mount debootstrap --arch="$arch" --variant=minbase --include="$include" "$suite" "$base" "$mirror" \
     >"$base.log" 2>&1 || { tail -n 20 "$base.log"; die "no root folder for $arch"; }
   echo "${library_packages[*]}" >"$base.complete"
 }
