@@ -14,7 +14,7 @@ die() {
   exit 1
 }
 
-[ $# -ge 1 ] || die "usage: $0 BINDIR [CONFIG]"
+[ $# -ge 1 ] || die "usage: $0 BINDIR [CONFIG [SECONDS]]"
 out=$(realpath "$1")
 config=$(realpath "${2-$(dirname "$0")/../examples/demo.toml}")
 
