@@ -37,5 +37,6 @@ endfunction()
 install_with_paths(packaging/veskd.toml /etc 644)
 install_with_paths(packaging/systemd/veskd.service lib/systemd/system 644)
 install_with_paths(packaging/init/veskd /etc/init.d 755)
+install_with_paths(packaging/logrotate/veskd /etc/logrotate.d 644)
 
 include(cmake/Packages.cmake)
