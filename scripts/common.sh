@@ -39,6 +39,13 @@ die() {
   exit 1
 }
 
+# only_one FOLDER: ends the second of two runs that would work in that folder at once.
+only_one() {
+  mkdir -p "$1"
+  exec 9>"$1/lock"
+  flock -n 9 || die "another run works in $1"
+}
+
 # Runs a command while no package may start a service.
 without_services() (
   policy=/usr/sbin/policy-rc.d

@@ -21,7 +21,8 @@ disk_size=1500M
 trial=/var/lib/trial
 
 install_missing "${packages[@]}" "${cross_packages[@]}" "${device_packages[@]}"
-mkdir -p "$work" "$(dirname "$transcript")"
+only_one "$work"
+mkdir -p "$(dirname "$transcript")"
 
 machine_pid=
 # A TERM, which `timeout' hands on: killed, it would leave the machine running.

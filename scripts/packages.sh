@@ -168,6 +168,7 @@ make_twice() {
   rm -rf "$out.again"
 }
 
+only_one "$root/build/packages"
 install_missing "${packages[@]}" "${package_packages[@]}"
 SOURCE_DATE_EPOCH=$(commit_time)
 export SOURCE_DATE_EPOCH
