@@ -143,6 +143,15 @@ started_anew() { runs vesk-tried && [ "$pids" != "$program" ]; }
 until_is "the program, ended now, is started anew" 60 started_anew
 program=$pids
 
+echo "-- upgraded with a mistake in the configuration"
+before=$(veskd_pid)
+echo "mistake =" >>/etc/veskd.toml
+install 2 veskp-watchdog-process
+install 2 veskd
+check "who could not be started again is left running" same "$before" "$(veskd_pid)"
+check "the mistake is told" grep -q '/etc/veskd.toml:[0-9]*:[0-9]*: error' /tmp/dpkg.log
+sed -i '/^mistake =/d' /etc/veskd.toml
+
 echo "-- all at once, back to the former version"
 upgraded "all at once" 1
 check "all at once: a single restart" [ "$(grep -c 'veskd is started' /tmp/dpkg.log)" -eq 1 ]
