@@ -17,6 +17,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# CTest runs the tests through this.
+# CTest runs the tests through this, in the root folder that the environment's VESK_SYSROOT
+# names where it is not the usual one.
 get_filename_component(CMAKE_CROSSCOMPILING_EMULATOR
                        "${CMAKE_CURRENT_LIST_DIR}/../scripts/on-target.sh" ABSOLUTE)
