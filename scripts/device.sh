@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Tries the watchdog on a whole machine of the target's: makes a small armhf Debian with
-# its own kernel, installs the cross-built veskd as a service in it, boots it in qemu's
-# full emulation with systemd as its first process, and runs packaging/image/trial.sh
-# there: the unit, the init script, the demonstration, a restart of the machine. Exit
-# status 0 only if all went well.
+# its own kernel and puts the Debian packages into it, boots it in qemu's full emulation
+# with systemd as its first process, and runs packaging/image/trial.sh there: installation,
+# the unit, the init script, upgrades, the demonstration, a restart of the machine, removal.
+# Exit status 0 only if all went well.
 #
 #   scripts/device.sh [TRANSCRIPT]      TRANSCRIPT: build/device/transcript.md unless given
 #
@@ -15,7 +15,7 @@ set -euo pipefail
 
 work=$root/build/device
 transcript=$(realpath -m "${1:-$work/transcript.md}")
-machine_minutes=30
+machine_minutes=40
 memory=512
 disk_size=1500M
 trial=/var/lib/trial
@@ -64,60 +64,37 @@ make_base() {
   echo "$wanted" >"$work/base.complete"
 }
 
-build_product() {
-  "$root/scripts/sysroot.sh"
-  build armhf veskd veskctl veskp.watchdog.process demo_program
-}
+# As they are delivered; `demo_program', which is not, comes from the same folder.
+make_packages() { "$root/scripts/packages.sh" --next armhf; }
 
 # put MODE FILE DESTINATION: into the machine's root folder; what is there is not written to,
 # for it is shared with the base.
 put() { install -D -m "$1" "$2" "$work/root$3"; }
 put_program() { install -D -s --strip-program=arm-linux-gnueabihf-strip "$1" "$work/root$2"; }
-enable_unit() {
-  ln -s "/usr/lib/systemd/system/$1" "$work/root/etc/systemd/system/multi-user.target.wants/"
-}
 
-# As a package would.
-install_product() {
-  local out=$root/build/armhf
-  put_program "$out/veskd" /usr/sbin/veskd
-  put_program "$out/veskctl" /usr/bin/veskctl
-  put_program "$out/libvesk.so.1" /usr/lib/arm-linux-gnueabihf/libvesk.so.1
-  put_program "$out/libveskp.watchdog.process.so" /usr/lib/vesk/libveskp.watchdog.process.so
-  put 644 "$root/packaging/veskd.toml" /etc/veskd.toml
-  put 755 "$root/packaging/init/veskd" /etc/init.d/veskd
-  put 644 "$root/packaging/systemd/veskd.service" /usr/lib/systemd/system/veskd.service
-  enable_unit veskd.service
-}
-
+# The packages lie there for the trial, which installs them.
 install_trial() {
   local folder=/usr/local/lib/trial name
   mkdir "$work/root$trial"
+  for name in libvesk veskp-watchdog-process veskd; do
+    put 644 "$root"/build/packages/armhf/"$name"_*.deb "$folder/1/$name.deb"
+    put 644 "$root"/build/packages/armhf-next/"$name"_*.deb "$folder/2/$name.deb"
+  done
   put 755 "$root/packaging/image/trial.sh" "$folder/trial.sh"
   put 644 "$root/packaging/image/trial.service" /usr/lib/systemd/system/trial.service
-  enable_unit trial.service
+  ln -s /usr/lib/systemd/system/trial.service "$work/root/etc/systemd/system/multi-user.target.wants/"
   put 755 "$root/scripts/play-demo.sh" "$folder/play-demo.sh"
   put 644 "$root/examples/demo.toml" "$folder/demo.toml"
-  put_program "$root/build/armhf/demo_program" "$folder/demo_program"
+  put_program "$root/build/package-armhf/demo_program" "$folder/demo_program"
   ln -s /usr/sbin/veskd /usr/lib/vesk/libveskp.watchdog.process.so "$work/root$folder/"
   for name in pump valve boiler; do
     ln -s "$folder/demo_program" "$work/root/usr/local/bin/$name"
   done
-  cat >>"$work/root/etc/veskd.toml" <<'EOF'
-
-[watchdog.process.1]
-name = "pump"
-executable = "/usr/local/bin/pump"
-arguments = "idle"
-respawn_enabled = true
-respawn_limit = 1
-EOF
 }
 
 make_disk() {
   rm -rf "$work/root" "$work/disk"
   cp -al "$work/base" "$work/root"
-  install_product
   install_trial
   rm "$work/root/etc/hostname"
   echo device >"$work/root/etc/hostname"
@@ -148,10 +125,10 @@ write_transcript() {
 # veskd on a whole machine
 
 Printed by \`scripts/device.sh docs/device.md\`, which makes a small Debian 12 for 32-bit
-ARM, with Debian's kernel and systemd as the first process, installs the cross-built
-\`veskd\` as its service, and boots it in qemu's full emulation (machine \`virt\`, Cortex-A15,
-two cores, $memory MiB). There \`packaging/image/trial.sh\` does what follows. The times are those of
-an emulation on a busy machine, and say nothing of a device's.
+ARM, with Debian's kernel and systemd as the first process, puts the packages of
+\`scripts/packages.sh\` into it, and boots it in qemu's full emulation (machine \`virt\`,
+Cortex-A15, two cores, $memory MiB). There \`packaging/image/trial.sh\` does what follows. The
+times are those of an emulation on a busy machine, and say nothing of a device's.
 
 | Part | Seconds |
 |---|---|
@@ -165,10 +142,10 @@ EOF
   read_file report.md
 }
 
-steps=("The root folder, with its packages" "The product, built for armhf"
+steps=("The root folder, with its packages" "The packages for armhf, in two revisions"
   "The disk" "The machine: two boots, and the trial")
 step "${steps[0]}" make_base
-step "${steps[1]}" build_product
+step "${steps[1]}" make_packages
 step "${steps[2]}" make_disk
 step "${steps[3]}" run_machine
 write_transcript >"$transcript"

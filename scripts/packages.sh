@@ -2,23 +2,26 @@
 # Makes the Debian packages and checks them, after installing what is missing (Debian, as
 # root). They come to lie in build/packages/ARCH.
 #
-#   scripts/packages.sh [--tree PRESET] [--twice] [--try] [ARCH...]
+#   scripts/packages.sh [--tree PRESET] [--twice] [--next] [--try] [ARCH...]
 #
 # ARCH: amd64, armhf, or all. Without one: amd64.
 #   --tree PRESET   packs what stands built in build/PRESET, in place of the preset
 #                   package or package-armhf: quick, to check all but the flags
 #   --twice         makes them again from a copy of the sources at another place; they
 #                   must be the same bit for bit (with --tree: packs them again)
+#   --next          makes them also as the next revision, to try an upgrade with, in
+#                   build/packages/ARCH-next
 #   --try           installs, upgrades and removes them in a root folder of Debian's, see
 #                   scripts/try-packages.sh
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-tree='' twice='' try='' archs=()
+tree='' twice='' next='' try='' archs=()
 while [ $# -gt 0 ]; do
   case $1 in
     --tree) tree=${2:?} && shift ;;
     --twice) twice=yes ;;
+    --next) next=yes ;;
     --try) try=yes ;;
     all) archs+=(amd64 armhf) ;;
     amd64 | armhf) archs+=("$1") ;;
@@ -187,11 +190,8 @@ for arch in "${archs[@]}"; do
   check_contents "$arch" "$out"
   run_lintian "$out"
   [ -z "$twice" ] || { echo "== packages $arch: again" && make_twice "$arch" "$out"; }
-  if [ -n "$try" ]; then
-    echo "== packages $arch: try"
-    pack "$arch" "$root" "$out-next" 2
-    "$root/scripts/try-packages.sh" "$arch" "$out" "$out-next"
-    rm -rf "$out-next"
-  fi
+  [ -z "$next$try" ] || pack "$arch" "$root" "$out-next" 2
+  [ -z "$try" ] || { echo "== packages $arch: try" && "$root/scripts/try-packages.sh" "$arch" "$out" "$out-next"; }
+  [ -n "$next" ] || rm -rf "$out-next"
 done
 echo "Packages are in build/packages: ${archs[*]}"

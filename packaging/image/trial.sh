@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
-# Tries the installed veskd in a machine that was made for nothing else, with systemd as
-# its first process: scripts/device.sh boots one and runs this by trial.service. Goes on
-# after the restart of the machine, which is a part of it. Writes what it saw and found
-# to $report and, when all is over, `ok' or what is wrong to $verdict.
+# Tries veskd's packages in a machine that was made for nothing else, with systemd as its
+# first process: scripts/device.sh boots one and runs this by trial.service. Goes on after
+# the restart of the machine, which is a part of it. Writes what it saw and found to
+# $report and, when all is over, `ok' or what is wrong to $verdict.
 set -uo pipefail
+export DEBIAN_FRONTEND=noninteractive
 
+# Has the packages: in 1 those of the first revision, in 2 those of the next.
+given=/usr/local/lib/trial
 folder=/var/lib/trial
 report=$folder/report.md
 verdict=$folder/verdict
@@ -15,18 +18,27 @@ exec > >(tee -a "$report" >/dev/console) 2>&1
 
 say() { printf '\n%s\n' "$*"; }
 
-indent() { sed 's/^/    /; s/[[:blank:]]*$//'; }
+# Of what a program has written over again in a line the last.
+indent() { sed 's/\r$//; s/.*\r//; s/^/    /; s/[[:blank:]]*$//'; }
 
-# Shows a command line and what it prints.
+# Shows a command line and what it prints; has its exit status.
 type_in() {
   local output status=0
   output=$(bash -c "$1" 2>&1 </dev/null) || status=$?
   printf '\n    $ %s\n' "$1"
   [ -z "$output" ] || indent <<<"$output"
   [ "$status" -eq 0 ] || printf '    (exit status %s)\n' "$status"
+  return "$status"
 }
 
-note_failure() { printf '%s\n' "$1" >>"$failures"; }
+# fail WHAT [MORE]
+fail() {
+  printf '\n- **FAIL** %s%s\n' "$1" "${2-}"
+  printf '%s\n' "$1" >>"$failures"
+}
+
+# A command line that has to succeed.
+must() { type_in "$1" || fail "$1"; }
 
 # check SECONDS WHAT COMMAND...: holds if the command succeeds within that time.
 check() {
@@ -34,8 +46,7 @@ check() {
   shift 2
   until "$@" >/dev/null 2>&1; do
     if [ $((${EPOCHREALTIME/./} - begin)) -ge $((seconds * 1000000)) ]; then
-      printf '\n- **FAIL** %s, not in %s s\n' "$what" "$seconds"
-      note_failure "$what"
+      fail "$what" ", not in $seconds s"
       return 1
     fi
     sleep 0.2
@@ -48,12 +59,24 @@ is_active() { systemctl is-active -q veskd; }
 is_inactive() { [ "$(show ActiveState)" = inactive ]; }
 main_pid_differs() { is_active && [ "$(show MainPID)" -gt 1 ] && [ "$(show MainPID)" != "$1" ]; }
 is_only_pump() { [ "$(pgrep -x pump)" = "$1" ]; }
+programs() { pgrep -x 'pump|valve' | xargs; }
+live_on() { [ "$(programs)" = "$1" ]; }
 has_logged() { journalctl -b -q -u veskd -o cat --no-pager | grep -q -- "$1"; }
 status_shows() { veskctl status | grep -Eq -- "$1"; }
 has_new_life() { [ "$(show WatchdogTimestampMonotonic)" != "$1" ]; }
 # Protocol 11 is the process connector's.
 holds_pidfd() { find "/proc/$1/fd" -lname '*pidfd*' | grep -q .; }
 is_connected() { awk '$2 == 11 && $3 != 0' /proc/net/netlink | grep -q .; }
+watches_nothing() { veskctl --json status | grep -q '"entries": *\[\]'; }
+is_enabled_as() { [ "$(systemctl is-enabled veskd 2>/dev/null)" = "$1" ]; }
+# Of a file that dpkg has replaced the kernel says that it is deleted.
+runs_what_is_installed() {
+  grep -q libvesk.so "/proc/$(show MainPID)/maps" && ! grep -q 'vesk.*(deleted)' "/proc/$(show MainPID)/maps"
+}
+is_gone() { ! pgrep -x veskd; }
+nothing_failed() { [ -z "$(systemctl --failed --no-legend)" ]; }
+no_unit() { ! systemctl list-units --no-legend | grep vesk; }
+no_package() { ! dpkg-query -W '*vesk*'; }
 
 describe_process() {
   # shellcheck disable=SC2012 # names of descriptors are numbers
@@ -74,10 +97,38 @@ see_machine() {
   type_in 'systemctl is-system-running --wait; systemd-analyze time; systemctl --failed --no-legend'
 }
 
-# Enabled as after an installation, with one program to be watched.
-see_service() {
-  say "## Started with the machine, under systemd"
+# Files that may come or go by the packages. Elsewhere others write too.
+inventory() {
+  find / -xdev \( -path /var/cache -o -path /var/log -o -path /var/backups -o -path /var/lib/apt -o \
+    -path /var/lib/dpkg -o -path /var/lib/systemd -o -path /tmp -o -path /var/tmp -o \
+    -path "$folder" \) -prune -o -print | LC_ALL=C sort
+}
+
+see_installation() {
+  inventory >"$folder/before"
+  say "## Installed"
+  must "apt-get -q -y install $given/1/*.deb"
   check 60 "the unit is active, so READY=1 was seen" is_active
+  check 1 "it is enabled" is_enabled_as enabled
+  check 15 "it answers, and watches nothing" watches_nothing
+  must 'veskd --check -c /etc/veskd.toml && echo fine'
+  type_in 'systemctl show veskd -p Type -p NRestarts -p StatusText; ls /etc/rc?.d | grep veskd | sort | uniq -c'
+}
+
+# With one program to be watched.
+see_service() {
+  say "## At work, under systemd"
+  cat >>"$config" <<'EOF'
+
+[watchdog.process.1]
+name = "pump"
+executable = "/usr/local/bin/pump"
+arguments = "idle"
+respawn_enabled = true
+respawn_limit = 1
+EOF
+  type_in 'tail -n 6 /etc/veskd.toml; systemctl restart veskd'
+  check 15 "the unit is active" is_active
   check 10 "the program that was missing, \`pump', runs" pgrep -x pump
   pump=$(pgrep -x pump)
   type_in 'systemctl status veskd --no-pager --full --lines=20'
@@ -179,6 +230,75 @@ see_init_script() {
   unset SYSTEMCTL_SKIP_REDIRECT
 }
 
+# install REVISION PACKAGE...: by dpkg. Conffiles of which it had to ask would be a failure.
+install() {
+  local revision=$1
+  shift
+  must "cd $given/$revision && dpkg -i ${*/%/.deb}"
+}
+three=(libvesk veskp-watchdog-process veskd)
+
+# How often veskd was started, and how long nobody watched before the last start.
+starts() { journalctl -b -q -u veskd -o cat --no-pager | grep -c 'veskd: running'; }
+gap() {
+  journalctl -b -q -u veskd -o short-unix --no-pager | awk '
+    / veskd: stopping/ { stopping = $1 }
+    / veskd: stopped/ { stopped = $1 }
+    / veskd: running/ { running = $1 }
+    END { printf "The stop took %.3f s. Then nobody watched for %.3f s.\n", stopped - stopping, running - stopped }'
+}
+
+# upgrade REVISION PACKAGE...: another veskd, once, and the same programs.
+upgrade() {
+  local main alive before
+  main=$(show MainPID) alive=$(programs) before=$(starts)
+  install "$@"
+  check 15 "another veskd is active" main_pid_differs "$main"
+  check 15 "it looks at its programs" status_shows '2 ok'
+  check 1 "\`pump' and \`valve' are the same processes, and the only ones" live_on "$alive"
+  check 1 "all that veskd runs is what is installed now" runs_what_is_installed
+  journalctl --sync
+  check 0 "it was started once" [ "$(starts)" -eq "$((before + 1))" ]
+  say "$(gap)"
+}
+
+see_upgrades() {
+  cp "$config" "$folder/config"
+  say "## Upgraded while it watches"
+  type_in 'systemctl start veskd'
+  check 15 "it looks at its programs" status_shows '2 ok'
+  say "The plug-in alone:"
+  upgrade 2 veskp-watchdog-process
+  say "The library alone:"
+  upgrade 2 libvesk
+  say "Both are brought back to the former ones, while the unit is stopped:"
+  type_in 'systemctl stop veskd'
+  install 1 libvesk veskp-watchdog-process
+  check 1 "it stays stopped" is_inactive
+  say "All three at once, started before:"
+  type_in 'systemctl start veskd'
+  check 15 "it looks at its programs" status_shows '2 ok'
+  upgrade 2 "${three[@]}"
+  check 1 "the changed configuration is kept as it was" cmp "$config" "$folder/config"
+}
+
+see_upgrades_at_rest() {
+  local alive
+  alive=$(programs)
+  say "## Upgraded while it is disabled, and while it is masked"
+  type_in 'systemctl disable --now veskd'
+  install 1 "${three[@]}"
+  check 1 "it stays disabled" is_enabled_as disabled
+  check 1 "and inactive" is_inactive
+  type_in 'systemctl mask veskd'
+  install 2 "${three[@]}"
+  check 1 "it stays masked" is_enabled_as masked
+  check 1 "and inactive" is_inactive
+  type_in 'systemctl unmask veskd; systemctl enable veskd'
+  check 1 "it is enabled again" is_enabled_as enabled
+  check 1 "\`pump' and \`valve' are the same processes, and the only ones" live_on "$alive"
+}
+
 # Keeps the last look at the only veskd there is.
 watch_host() {
   local pid look
@@ -194,8 +314,7 @@ see_demo() {
   printf '\n'
   watch_host &
   local watcher=$! status=0
-  /usr/local/lib/trial/play-demo.sh /usr/local/lib/trial /usr/local/lib/trial/demo.toml 240 \
-    >"$folder/demo" 2>&1 || status=$?
+  "$given/play-demo.sh" "$given" "$given/demo.toml" 240 >"$folder/demo" 2>&1 || status=$?
   kill "$watcher"
   indent <"$folder/demo"
   check 0 "all five happened" [ "$status" -eq 0 ]
@@ -216,6 +335,7 @@ inst_enabled = true
 inst_limit = 1
 action = "osrestart"
 EOF
+  cp "$config" "$folder/config"
   say "veskd's whole log until then:"
   type_in 'journalctl -b -q -u veskd -o short-monotonic --no-hostname --no-pager'
   setsid boiler idle </dev/null >/dev/null 2>&1 &
@@ -229,11 +349,52 @@ EOF
 
 see_after_restart() {
   say "## After the restart of the machine"
-  check 60 "the unit is active" is_active
+  check 60 "the unit is active, started with the machine" is_active
   check 15 "it looks at its programs, which it has started again" status_shows '2 ok'
   check 5 "its log says why the machine was restarted" has_logged 'boiler'
   type_in 'journalctl -b -q -u veskd -o short-monotonic --no-hostname --no-pager'
   type_in 'cat /var/lib/veskd/restarts'
+}
+
+see_removal() {
+  local alive
+  alive=$(programs)
+  say "## Removed, and installed again"
+  must 'apt-get -q -y remove veskd'
+  check 1 "veskd is gone" is_gone
+  check 1 "the unit is inactive" is_inactive
+  check 1 "\`pump' and \`valve' live on" live_on "$alive"
+  check 1 "the configuration stays" cmp "$config" "$folder/config"
+  type_in 'systemctl show veskd -p LoadState -p ActiveState; systemctl --failed --no-legend'
+  install 2 veskd
+  check 60 "the unit is active" is_active
+  check 1 "it is enabled" is_enabled_as enabled
+  check 15 "it looks at its programs" status_shows '2 ok'
+  check 1 "\`pump' and \`valve' are the same processes, and the only ones" live_on "$alive"
+}
+
+see_purge() {
+  local alive
+  alive=$(programs)
+  say "## Purged"
+  must "apt-get -q -y purge ${three[*]}"
+  check 1 "veskd is gone" is_gone
+  check 1 "\`pump' and \`valve' live on" live_on "$alive"
+  check 1 "systemd lists no unit of it" no_unit
+  check 1 "nothing has failed" nothing_failed
+  check 1 "dpkg knows no package of it" no_package
+  inventory >"$folder/after"
+  must "diff $folder/before $folder/after && echo 'the same files as before the installation'"
+  type_in "find / -xdev -name '*vesk*' ! -path '$given/*' | tee $folder/names"
+  check 0 "nor is such a name left where others write too" [ ! -s "$folder/names" ]
+}
+
+see_masked_installation() {
+  say "## Installed where an administrator has masked it"
+  type_in 'pkill -x "pump|valve"; systemctl mask veskd'
+  install 2 "${three[@]}"
+  check 1 "it stays masked" is_enabled_as masked
+  check 1 "veskd does not run" is_gone
 }
 
 finish() {
@@ -248,6 +409,7 @@ finish() {
 
 if [ ! -e "$folder/restarting" ]; then
   see_machine
+  see_installation
   see_service
   see_signs_of_life
   see_reload
@@ -255,9 +417,14 @@ if [ ! -e "$folder/restarting" ]; then
   see_hang
   see_stop
   see_init_script
+  see_upgrades
+  see_upgrades_at_rest
   see_demo
   see_os_restart
 else
   see_after_restart
+  see_removal
+  see_purge
+  see_masked_installation
 fi
 finish
