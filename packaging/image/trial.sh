@@ -57,7 +57,12 @@ check() {
 show() { systemctl show veskd -P "$1"; }
 is_active() { systemctl is-active -q veskd; }
 is_inactive() { [ "$(show ActiveState)" = inactive ]; }
-main_pid_differs() { is_active && [ "$(show MainPID)" -gt 1 ] && [ "$(show MainPID)" != "$1" ]; }
+# By one look at the number: between two of them the former process may end.
+main_pid_differs() {
+  local main
+  main=$(show MainPID)
+  [ "$main" -gt 1 ] && [ "$main" != "$1" ] && is_active
+}
 is_only_pump() { [ "$(pgrep -x pump)" = "$1" ]; }
 programs() { pgrep -x 'pump|valve' | xargs; }
 live_on() { [ "$(programs)" = "$1" ]; }
