@@ -47,7 +47,7 @@ set(CPACK_DEBIAN_LIBVESK_PACKAGE_SECTION libs)
 # What is built against it depends on this name (libvesk/shlibs), so that apt installs
 # no library with another soname without the plug-ins and hosts that go with it.
 set(CPACK_DEBIAN_LIBVESK_PACKAGE_PROVIDES
-    "libvesk1 (= ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+    "libvesk1 (= ${CPACK_PACKAGE_VERSION})")
 set(CPACK_DEBIAN_VESKP-WATCHDOG-PROCESS_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_VESKP-WATCHDOG-PROCESS_PACKAGE_ENHANCES veskd)
 set(CPACK_DEBIAN_VESKD_PACKAGE_SECTION admin)

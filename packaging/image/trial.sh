@@ -80,7 +80,7 @@ runs_what_is_installed() {
 }
 is_gone() { ! pgrep -x veskd; }
 nothing_failed() { [ -z "$(systemctl --failed --no-legend)" ]; }
-no_unit() { ! systemctl list-units --no-legend | grep vesk; }
+no_unit() { [ -z "$(systemctl list-units --no-legend 'vesk*')" ]; }
 no_package() { ! dpkg-query -W '*vesk*'; }
 
 describe_process() {
@@ -285,6 +285,13 @@ see_upgrades() {
   check 15 "it looks at its programs" status_shows '2 ok'
   upgrade 2 "${three[@]}"
   check 1 "the changed configuration is kept as it was" cmp "$config" "$folder/config"
+  say "The plug-in, with a mistake in the configuration:"
+  local main
+  main=$(show MainPID)
+  type_in 'echo "mistake =" >>/etc/veskd.toml'
+  install 2 veskp-watchdog-process
+  check 1 "the same veskd is active" [ "$(show MainPID)" = "$main" ]
+  cp "$folder/config" "$config"
 }
 
 see_upgrades_at_rest() {
