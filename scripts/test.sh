@@ -11,6 +11,7 @@ set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 known=(lint default asan tsan armhf packages)
+at_once=$(($(nproc) * 2)) # tests: most of them wait for something most of the time
 
 run_lint() {
   install_missing "${lint_packages[@]}" "${bench_packages[@]}"
@@ -46,7 +47,7 @@ run_tests() {
   if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
     launcher=(setarch "$(uname -m)" -R)
   fi
-  (cd "$root" && "${launcher[@]}" ctest --preset "$preset" -j "$(nproc)")
+  (cd "$root" && "${launcher[@]}" ctest --preset "$preset" -j "$at_once")
 }
 
 # The same tests in the target's emulator, but those that it cannot run.
@@ -60,7 +61,7 @@ run_emulated() {
     grep -qxF "$name" <<<"$all" || die "$skipped: no such test: $name"
   done
   names=${names//./\\.}
-  "${run[@]}" -j "$(nproc)" -E "^(${names//$'\n'/|})\$" | tee "$output"
+  "${run[@]}" -j "$at_once" -E "^(${names//$'\n'/|})\$" | tee "$output"
   echo "Left out, for the emulator cannot do it:"
   sed '/^#/d; s/^/  /' "$skipped"
   ! grep -F '***Skipped' "$output" || die "skipped without a reason in $skipped"
