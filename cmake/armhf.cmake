@@ -7,8 +7,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 # The compiler tells of a calling convention that changed with its version 7.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
-set(VESK_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf" CACHE PATH
-    "Root folder of the target")
+get_filename_component(usual_sysroot "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-armhf" ABSOLUTE)
+set(VESK_SYSROOT "${usual_sysroot}" CACHE PATH "Root folder of the target")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VESK_SYSROOT)
 set(CMAKE_SYSROOT "${VESK_SYSROOT}")
 
