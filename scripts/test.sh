@@ -16,7 +16,7 @@ at_once=$(($(nproc) * 2)) # tests: most of them wait for something most of the t
 run_lint() {
   install_missing "${lint_packages[@]}" "${bench_packages[@]}"
   echo "== lint: format"
-  (cd "$root" && find framework plugin watchdog host examples tests bench -name '*.h' -o -name '*.cpp' |
+  (cd "$root" && find framework plugin watchdog host examples tests bench abi -name '*.h' -o -name '*.cpp' |
     xargs clang-format --dry-run --Werror)
   echo "== lint: clang-tidy"
   # Over the compile commands alone: compiling as well would take half as long again.
