@@ -15,6 +15,6 @@ minutes=${1-2}
 [[ $# -le 2 && $minutes =~ ^[1-9][0-9]{0,3}$ && ${2-reports} =~ ^(reports|namespace)$ ]] ||
   die "usage: soak.sh [MINUTES [reports|namespace]]"
 install_missing "${packages[@]}"
-build default veskd veskctl veskp.watchdog.process soak_program soak_load
+build default veskd veskctl veskp.watchdog.process soak_program
 only_one "$root/build/soak"
 "$root/tests/soak/run.sh" "$root/build/default" "$minutes" "$root/build/soak" "${@:2}"

@@ -1,12 +1,13 @@
 # Holds what veskd says it did against what the programs say befell them.
 #
-#   awk -f check.awk truth alive record
+#   awk -v lateness=FILE -f check.awk truth alive ends record
 #
 # truth:  "milliseconds pid name what..." as the programs write it
 # alive:  "pid name" of what lives at the end
+# ends:   "milliseconds pid" of programs whose end veskd has noticed
 # record: tab-separated: number, milliseconds, kind, entry, pid, value, result, would-have, text
 #
-# One line for each thing that is wrong, then lines "= KEY VALUE". The fate of a process
+# FILE gets "late ROLE MILLISECONDS" from each fate to the next instance. One line for each thing that is wrong, then lines "= KEY VALUE". The fate of a process
 # says which acts must follow, for each entry in this order: so none may be missing, none be
 # superfluous, and none be of another process.
 BEGIN {
@@ -64,7 +65,7 @@ function expectFate() {
 
 FILENAME == ARGV[1] {
   role = roleOf($3)
-  if ($3 == "load") wrong("strangers: " $0)
+  if (role == "load") { if ($4 != "start") wrong("strangers: " $0) }
   else if ($4 == "term") asked[$3 " " $2] = 1
   else if (role != "visit" && $4 == "start") expectStart()
   else if (role != "visit" && $4 == "fate") expectFate()
@@ -77,13 +78,16 @@ FILENAME == ARGV[2] {
   next
 }
 
+FILENAME == ARGV[3] { endedAt[$2] = $1; next }
+
 {
   split($0, field, "\t")
   number = field[1]; kind = field[3]; name = field[4]; pid = field[5]
   if (number != previous + 1) wrong("record " previous " is followed by " number)
   previous = number
-  if (name ~ /^warm/ && kind ~ /^entry_/) next
+  if (name ~ /^warm/) next
   ++made
+  followPasses()
   if (kind == "inst_high") pid = field[6]
   got[name] = got[name] " " kind
   ++done[name " " kind " " pid]
@@ -91,6 +95,26 @@ FILENAME == ARGV[2] {
   if (field[7] != "0" && field[7] != "null") wrong("failed: " $0)
   if (field[8] != "false") wrong("only pretended: " $0)
   if (field[9] == "" || field[9] ~ /not known/) wrong("without a reason: " $0)
+}
+
+# A pass goes through the entries by name, and begins a sample time after the end of the one
+# before. So it can be told of most that they began when an end was known already: such a
+# pass must have started the program again. `lookedBy` is when the pass began at the soonest.
+function followPasses(at, p) {
+  at = field[2]
+  if (name < lastName) {
+    ++pass
+    lookedBy[pass] = lastAt + 990
+  }
+  lastName = name
+  lastAt = at
+  if (kind != "start" || roleOf(name) != "crash") return
+  former = bearer[name]
+  bearer[name] = pid
+  if (!(former in endedAt)) return
+  ++judged
+  for (p = pass - 1; p > 1 && lookedBy[p] > endedAt[former]; --p) continue
+  if (p < pass - 1) wrong(name ": " former " had ended, and a pass went by before " pid " was started")
 }
 
 # The first place where the two differ.
@@ -116,6 +140,7 @@ END {
   if (entries != 94) wrong(entries + 0 " programs told of themselves, not 94")
   for (role in must) if (!(role in fates)) wrong("nothing befell any " role ": that proves nothing")
   for (fate in fates) print "= fate_" fate, fates[fate]
+  print "= judged", judged + 0
   print "= entries", entries + 0
   print "= expected", expected + 0
   print "= made", made + 0
