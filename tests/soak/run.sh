@@ -49,7 +49,8 @@ outside() {
     fi
   fi
   end() {
-    trap - EXIT INT TERM
+    trap - EXIT
+    trap '' INT TERM # or a second one would end this half-way
     [ -z "$inner" ] || kill -KILL "$inner" 2>/dev/null || true
     kill_scratch "$scratch"
     rm -rf "$scratch"
@@ -227,7 +228,7 @@ inside() {
   done
 
   # What is under way may come to its end; and then nothing more may happen.
-  local wrong=1 end=$((SECONDS + 60))
+  local wrong=1 end=$((SECONDS + 120))
   sleep 10
   until check || [ "$SECONDS" -ge "$end" ]; do sleep 2; done
   sleep 5
