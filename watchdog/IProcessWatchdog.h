@@ -40,8 +40,10 @@ class IProcessWatchdog : public IBase {
   /// Whether `name` is registered.
   virtual bool containsProcess(PLiteral const& name) const = 0;
 
-  /// Hands out the entry registered under `name`, without a reference: a caller
-  /// that keeps it calls `incRef()`, or it may go with `removeProcessEntry`.
+  /// Hands out the entry registered under `name`, without a reference. A caller that
+  /// keeps it calls `incRef()`. Until then something else must hold the entry: a
+  /// reference that somebody is known to have, or the registry, where no other
+  /// thread may remove the entry meanwhile.
   /// @return 0; -502 for the empty name and -509 for one that is not registered,
   ///         both with `info` untouched.
   virtual int getProcessInfo(PLiteral const& name, IProcessWatchdogInfo*& info) const = 0;

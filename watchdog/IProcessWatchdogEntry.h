@@ -6,11 +6,14 @@
 /// A monitored program that can be set up; see `IProcessWatchdogInfo` for the
 /// meaning and the unit of each setting.
 ///
-/// The setters store what they are given and check nothing. An entry is filled
-/// by one thread before it is added to the watchdog, which then shares it. A later
-/// change counts from the next sample on, but is not synchronised: a sample under
-/// way may see it half made. To be safe, and always for texts, take the entry out
-/// of the watchdog, change it, and add it again.
+/// The setters store what they are given and check nothing. Any thread may call
+/// them, also while the watchdog watches the entry: each setting changes as a whole
+/// and counts from the next sample on, but a sample under way may see one change and
+/// not yet another. To change what belongs together, such as a program and its
+/// arguments, take the entry out of the watchdog, change it, and add it again. The
+/// registry keeps the name under which the entry was added; a later one is what
+/// processes are looked for by. A text that cannot be copied for want of memory stays
+/// as it was.
 class IProcessWatchdogEntry : public IProcessWatchdogInfo {
  public:
   virtual void setName(PLiteral const& name) = 0;

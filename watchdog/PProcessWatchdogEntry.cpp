@@ -2,18 +2,21 @@
 
 #include "watchdog/Guarded.h"
 
-namespace {
+PString PProcessWatchdogEntry::copyOf(PLiteral const& text) const {
+  const std::lock_guard lock(fTextMutex);
+  // From the view: copies of a framework's own text might share what no lock guards.
+  return PString(text);
+}
 
-/// Copies `text` unless memory runs out, in which case `target` keeps its text:
-/// these operations have no result that could say so.
-void copyText(PString& target, PLiteral const& text) noexcept {
+/// Copies `text` from or to this entry unless memory runs out, in which case `target`
+/// keeps its text: these operations have no result that could say so.
+void PProcessWatchdogEntry::copyText(PString& target, PLiteral const& text) const noexcept {
   static_cast<void>(guarded([&] {
+    const std::lock_guard lock(fTextMutex);
     target = text;
     return FrameworkResult::ok;
   }));
 }
-
-}  // namespace
 
 int PProcessWatchdogEntry::incRef() { return ++fRefCount; }
 

@@ -80,7 +80,8 @@ int PProcessWatchdog::__loadProcessEntries(PBaseptr<IConfig>& config) {
     pTake(procEntry.entry, new PProcessWatchdogEntry);
     if (__loadProcessEntryConfig(index, config, procEntry.entry) != FrameworkResult::ok) break;
     // Of two members with one name the earlier one stays.
-    fProcEntries.emplace(procEntry.entry->name(), procEntry);
+    PString const name(procEntry.entry->name());
+    fProcEntries.emplace(name, procEntry);
   }
   return FrameworkResult::ok;
 }

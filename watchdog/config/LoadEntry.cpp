@@ -30,7 +30,7 @@ struct IntKey {
 
 struct TextKey {
   void (Entry::*store)(PLiteral const&);
-  PString const& (Entry::*stored)() const;
+  PString (Entry::*stored)() const;
 };
 
 /// A text that names an action.
