@@ -1,0 +1,296 @@
+// The plug-in as a subject, on a framework that leads all of its calls into the world. One
+// thread plays everything: the worker runs when told to, and the history goes on within its
+// waits, where nobody holds the mutex.
+
+#include <cstdarg>
+
+#include "framework/IConfigManager.h"
+#include "framework/IOSRestart.h"
+#include "framework/PConditionalVar.h"
+#include "framework/PProcess.h"
+#include "framework/PThread.h"
+#include "framework/PTime.h"
+#include "framework/veskGetInstance.h"
+#include "plugin/PProcessWatchdogPlugin.h"
+#include "tests/model/World.h"
+
+namespace {
+
+World* gWorld;
+int gHeld;        ///< how often the mutex is held
+int gReferences;  ///< to services
+std::function<void()> gWorker;
+
+std::string narrow(PLiteral const& text) { return {text.c_str(), text.c_str() + text.length()}; }
+
+/// What a worker asks or does is asked and done under the lock.
+World& world() {
+  if (gHeld != 1) gWorld->say("held % times", gHeld);
+  return *gWorld;
+}
+
+void format(const wchar_t* text, std::va_list values) {
+  ++gWorld->seen.messages[text];
+  for (; *text != 0; ++text) {
+    if (*text != L'%') {
+      gWorld->journal += static_cast<char>(*text);
+      continue;
+    }
+    int longs = 0;
+    while (*++text == L'l') ++longs;
+    if (*text == L's' && longs == 1) {
+      gWorld->put(narrow(va_arg(values, const wchar_t*)));
+    } else if (*text == L's') {
+      gWorld->put(va_arg(values, const char*));
+    } else if (*text == L'p') {
+      gWorld->put(reinterpret_cast<std::uintptr_t>(va_arg(values, void*)));
+    } else if (*text == L'd' || *text == L'i') {
+      gWorld->put(va_arg(values, int));
+    } else if (longs == 0) {
+      gWorld->put(va_arg(values, unsigned int));
+    } else {
+      gWorld->put(longs == 1 ? va_arg(values, unsigned long) : va_arg(values, unsigned long long));
+    }
+  }
+  gWorld->journal += '\n';
+}
+
+/// All services in one object.
+struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounters, IOSRestart {
+  int incRef() override { return ++gReferences; }
+  int decRef() override { return --gReferences; }
+
+  int init(PLiteral const& logName) override { return gWorld->say("init %", narrow(logName)), 0; }
+  int setLevel(LogLevelEnum) override { return -1; }
+  LogLevelEnum getLevel() const override { return logDebug; }
+  int flush() override { return -1; }
+#define LOG_OPERATION(level)                                     \
+  int level(int category, const wchar_t* text, ...) override {   \
+    gWorld->put(category == 0 ? #level " " : "wrong category "); \
+    std::va_list values;                                         \
+    va_start(values, text);                                      \
+    format(text, values);                                        \
+    va_end(values);                                              \
+    return 0;                                                    \
+  }
+  LOG_OPERATION(info)
+  LOG_OPERATION(error)
+  LOG_OPERATION(debug)
+
+  int loadByPath(PLiteral const&, PBaseptr<IConfig>&) override { return -1; }
+  int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override {
+    const int res = gWorld->call(World::lookup, World::file, narrow(id));
+    if (res == 0) config = this;
+    return res;
+  }
+  int getID(PString&) const override { return -1; }
+  bool contains(PLiteral const&) const override { return false; }
+  template <class Store>
+  int get(const char* word, PLiteral const& key, Store store) {
+    const auto value = gWorld->configured(word, narrow(key));
+    if (value) store(*value);
+    return value ? 0 : World::kNotFound;
+  }
+  int getString(PLiteral const& key, PString& out) override {
+    return get("getString", key, [&](long long value) { out = wide(value).c_str(); });
+  }
+  int getInt(PLiteral const& key, int& out) override {
+    return get("getInt", key, [&](long long value) { out = static_cast<int>(value); });
+  }
+  int getBool(PLiteral const& key, bool& out) override {
+    return get("getBool", key, [&](long long value) { out = value != 0; });
+  }
+  int getUInt(PLiteral const&, unsigned int&) override { return -1; }
+  int getLong(PLiteral const&, long long&) override { return -1; }
+  int getDouble(PLiteral const&, double&) override { return -1; }
+
+  int subscribe(PLiteral const&, IEventListener*) override { return -1; }
+  int unsubscribe(PLiteral const&, IEventListener*) override { return -1; }
+  int postEvent(PLiteral const& topic, IBase* source, int value) override {
+    PString name, executable;
+    static_cast<IProcessWatchdogEntry*>(source)->getName(name);
+    static_cast<IProcessWatchdogEntry*>(source)->getExecutable(executable);
+    return world().call(World::event, 0,
+                        narrow(topic) + " " + std::to_string(value) + " " + narrow(name) + " " +
+                            narrow(executable));
+  }
+  int increment(PLiteral const& name) override {
+    return world().call(World::increment, 0, narrow(name));
+  }
+  int getValue(PLiteral const&, unsigned long long&) const override { return -1; }
+  int restart(int mode) override { return world().call(World::restart, 0, mode); }
+
+  static std::wstring wide(std::string const& text) { return {text.begin(), text.end()}; }
+  static std::wstring wide(long long number) { return wide(kTexts[number]); }
+};
+
+std::wstring wide(std::string const& text) { return Services::wide(text); }
+
+class Plugin : public Subject {
+ public:
+  Plugin() { fPlugin = veskGetPlugin(); }
+
+  int start() override { return fPlugin->init(); }
+  void stop() override {
+    fPlugin = veskGetPlugin();
+    if (gReferences != 0) gWorld->say("% references kept", gReferences);
+  }
+  void work() override {
+    if (gWorker) std::exchange(gWorker, nullptr)();
+  }
+  void create(int slot) override {
+    PBaseptr<IProcessWatchdogEntry>& entry = fSlots[slot];
+    if (entry) {
+      entry->incRef();
+      gWorld->say("held %", entry->decRef() - 1);
+    }
+    entry = instance<IProcessWatchdogEntry>(ID_IPROCESSWATCHDOGENTRY);
+  }
+  void set(int slot, int setting, long long value) override {
+    IProcessWatchdogEntry& entry = *fSlots[slot];
+    const bool on = value != 0;
+    const auto number = static_cast<unsigned int>(value);
+    const std::wstring text = setting == 0 || setting > 13 ? Services::wide(value) : std::wstring();
+    switch (setting) {
+      // clang-format off
+      case 0: return entry.setName(text.c_str());
+      case 1: return entry.setPeriod(number);
+      case 2: return entry.setCpuEnabled(on);
+      case 3: return entry.setCpuLimit(static_cast<char>(value));
+      case 4: return entry.setMemEnabled(on);
+      case 5: return entry.setMemLimit(static_cast<unsigned long long>(value));
+      case 6: return entry.setInstEnabled(on);
+      case 7: return entry.setInstLimit(number);
+      case 8: return entry.setRespawnEnabled(on);
+      case 9: return entry.setRespawnLimit(static_cast<int>(value));
+      case 10: return entry.setShouldCountOnlyDiffParents(on);
+      case 11: return entry.setShouldCountOnlyRunning(on);
+      case 12: return entry.setShouldSendEvent(on);
+      case 13: return entry.setAction(static_cast<ProcessWatchdogActionEnum>(number));
+      case 14: return entry.setExecutable(text.c_str());
+      case 15: return entry.setArguments(text.c_str());
+      case 16: return entry.setWorkingDir(text.c_str());
+        // clang-format on
+    }
+  }
+  int add(int slot) override {
+    return service().addProcessEntry(slot == kSlots ? nullptr : fSlots[slot].get());
+  }
+  int remove(std::string const& name) override {
+    return service().removeProcessEntry(wide(name).c_str());
+  }
+  bool contains(std::string const& name) override {
+    return service().containsProcess(wide(name).c_str());
+  }
+  int info(std::string const& name) override {
+    IProcessWatchdogInfo* info = nullptr;
+    const int res = service().getProcessInfo(wide(name).c_str(), info);
+    if (!info) return res;
+    PString texts[4];
+    info->getName(texts[0]);
+    info->getExecutable(texts[1]);
+    info->getArguments(texts[2]);
+    info->getWorkingDir(texts[3]);
+    gWorld->say("%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%", narrow(texts[0]),
+                info->getPeriod(), info->getCpuEnabled(), int{info->getCpuLimit()},
+                info->getMemEnabled(), info->getMemLimit(), info->getInstEnabled(),
+                info->getInstLimit(), info->getRespawnEnabled(), info->getRespawnLimit(),
+                info->getShouldCountOnlyDiffParents(), info->getShouldCountOnlyRunning(),
+                info->getShouldSendEvent(), unsigned{info->getAction()}, narrow(texts[1]),
+                narrow(texts[2]), narrow(texts[3]));
+    return res;
+  }
+
+ private:
+  template <class Interface>
+  Interface* instance(const wchar_t* id) {
+    IBase* object = nullptr;
+    fPlugin->getInstance(id, object);
+    return static_cast<Interface*>(object);
+  }
+  IProcessWatchdog& service() { return *instance<IProcessWatchdog>(ID_IPROCESSWATCHDOG); }
+
+  PBaseptr<IPlugin> fPlugin;
+  PBaseptr<IProcessWatchdogEntry> fSlots[kSlots];
+};
+
+}  // namespace
+
+std::unique_ptr<Subject> makePlugin(World& world) {
+  gWorld = &world;
+  return std::make_unique<Plugin>();
+}
+
+// The framework, linked in place of the host's.
+
+int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
+  static Services services;
+  static const std::pair<const char*, IBase*> kAll[] = {
+      {"logger", static_cast<ILogger*>(&services)},
+      {"config.manager", static_cast<IConfigManager*>(&services)},
+      {"", nullptr},
+      {"eventdispatcher", static_cast<IEventDispatcher*>(&services)},
+      {"extcounters", static_cast<IExtCounters*>(&services)},
+      {"os.restart", static_cast<IOSRestart*>(&services)}};
+  const std::string name = narrow(id).substr(sizeof "com.telmor.vesk." - 1);
+  const auto found = std::find_if(std::begin(kAll), std::end(kAll),
+                                  [&](auto& each) { return each.first == name; });
+  const int res = gWorld->call(World::lookup, found - kAll + 1, name);
+  instance = res == 0 ? found->second : nullptr;
+  return res == World::kGivesNone ? 0 : res;
+}
+
+PMutex::~PMutex() = default;
+int PMutex::init(bool recursive) noexcept { return recursive ? 0 : -1; }
+int PMutex::lock() noexcept { return ++gHeld, 0; }
+int PMutex::unlock() noexcept { return --gHeld, 0; }
+
+PConditionalVar::~PConditionalVar() = default;
+int PConditionalVar::init() noexcept { return 0; }
+int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
+  world().say("wait %", timeoutMs);
+  mutex->unlock();
+  const int res = gWorld->play();
+  mutex->lock();
+  return res;
+}
+int PConditionalVar::notifyAll() noexcept { return gWorld->say("notifyAll"), 0; }
+
+PThread::~PThread() = default;
+int PThread::pcreate(StartRoutine routine, void* argument) noexcept {
+  gWorker = [routine, argument] { routine(argument); };
+  return 0;
+}
+int PThread::pjoin(void*&) noexcept {
+  if (gWorker) std::exchange(gWorker, nullptr)();
+  return 0;
+}
+int PThread::pdetach() noexcept { return 0; }
+void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(17); }
+void* PThread::getCurrentThreadId() noexcept { return reinterpret_cast<void*>(34); }
+int PThread::setName(const char* name) noexcept { return gWorld->say("setName %", name), 0; }
+
+long long PTime::getTickCount() noexcept { return world().now(); }
+long long PTime::getTickCountDiff(long long from, long long to) noexcept {
+  return World::difference(from, to);
+}
+
+int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
+                   std::vector<unsigned int>& parentPids) noexcept {
+  return world().look(narrow(name), pids, parentPids);
+}
+int PProcess::getCPUUsage(unsigned int pid, unsigned int& percent) noexcept {
+  return world().read(World::cpu, pid, &World::Process::cpu, percent);
+}
+int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept {
+  return world().read(World::mem, pid, &World::Process::mem, kib);
+}
+int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
+  return world().read(World::isRunning, pid, &World::Process::running, running);
+}
+int PProcess::kill(unsigned int pid) noexcept { return world().end(pid); }
+int PProcess::start(PLiteral const& executable, PLiteral const& arguments,
+                    PLiteral const& workingDir, unsigned int& pid) noexcept {
+  return world().launch(narrow(executable) + "|" + narrow(arguments) + "|" + narrow(workingDir),
+                        pid);
+}
