@@ -46,4 +46,27 @@ TEST(Pointer, CopiesOfAnUncountedOneCountForThemselves) {
   EXPECT_EQ(object.references, 0);
 }
 
+struct Plain {
+  ~Plain() { ++*ended; }
+  int* ended;
+};
+
+TEST(Pointer, FreesPlainObjectsAsTheirKindSays) {
+  int ended = 0;
+  Plain kept{&ended};
+  PPtr<Plain> one, several, neither;
+  one = new Plain{&ended};
+  several = new Plain[2]{{&ended}, {&ended}};
+  several.setKind(PPtr<Plain>::array);
+  neither = &kept;
+  neither.setKind(2);
+  several = PPtr<Plain>(several);
+  EXPECT_EQ(ended, 0);
+  several = nullptr;
+  EXPECT_EQ(ended, 2);
+  neither = nullptr;
+  one = PPtr<Plain>();
+  EXPECT_EQ(ended, 3);
+}
+
 }  // namespace
