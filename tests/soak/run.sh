@@ -96,7 +96,7 @@ mem_enabled = true
 mem_limit = 65536'
   local mem='mem_enabled = true
 mem_limit = 16384' cpu='cpu_enabled = true
-cpu_limit = 8' restart='action = "restart"' terminate='action = "terminate"'
+cpu_limit = 4' restart='action = "restart"' terminate='action = "terminate"'
   cat <<TOML
 [host]
 plugins = ["$bin/libveskp.watchdog.process.so"]
