@@ -150,7 +150,7 @@ fill_journal() {
     printf 'url = http://veskd/v1/entries/%s\nrequest = DELETE\n' "$name" >>emptied
   done >filled
   curl -K filled || die "cannot fill the journal"
-  await 60 "the records of the dry run" follows 1800
+  await 180 "the records of the dry run" follows 1800
   curl -K emptied || die "cannot take the missing programs away"
 }
 
@@ -208,11 +208,11 @@ inside() {
   # Ends with this script, however that ends.
   setpriv --pdeathsig KILL "$bin/veskd" -c veskd.toml &
   veskd=$!
-  await 30 "the control socket" test -S control
+  await 180 "the control socket" test -S control
   setpriv --pdeathsig KILL "$bin/veskctl" --socket control --json events --follow --no-reconnect --from 1 >record.json 2>stream &
-  await 30 "the first records" follows 94
-  await 30 "all programs" all_started
-  await 30 "the worker" find_worker
+  await 180 "the first records" follows 94
+  await 180 "all programs" all_started
+  await 180 "the worker" find_worker
   fill_journal
   echo "rest $(sample)" >samples
   begin=$EPOCHSECONDS
