@@ -7,7 +7,7 @@
 # `reports` has the kernel report to veskd what changes, `namespace` keeps the run in a PID
 # namespace of its own, where veskd reads the process table; else what is possible.
 # The last line has the figures. Exit status 0 only if all that had to happen did, nothing
-# else did, and veskd did not grow. What a failed run leaves is in build/soak/.
+# else did, and veskd did not grow; 77 where the machine was too busy to judge growth. What a failed run leaves is in build/soak/.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 

@@ -234,9 +234,11 @@ inside() {
   sleep 5
   echo "rest $(sample)" >>samples
   check && wrong=0
-  awk -v begin=$((begin + 20)) -v until="$until" -f "$here/growth.awk" samples >grown || wrong=1
+  local grown=0
+  awk -v begin=$((begin + 20)) -v until="$until" -f "$here/growth.awk" samples >grown || grown=$?
   kill -TERM "$veskd"
   wait "$veskd" || { echo "veskd ended with exit status $?" >>wrong; wrong=1; }
+  [ "$wrong" -ne 0 ] || wrong=$grown
   cat grown >>wrong
   grep -v '^=' wrong | head -20 || true
   report "$2"
