@@ -10,12 +10,12 @@
 
 namespace {
 
-/// What only failing threads and locks lead to, which these histories leave out.
+/// What only failing threads, locks and files lead to, which no history has.
 constexpr std::string_view kLeftOut[] = {
-    "Error creating watchdog thread",     "Error initializing conditional var",
-    "Error initializing stop mutex",      "Error joining the watchdog thread",
-    "Error notifying the stop",           "Error stopping the watchdog thread",
-    "Error reading process configuration"};
+    "creating watchdog thread",  "initializing conditional var", "initializing stop mutex",
+    "joining the watchdog",      "notifying the stop",           "stopping the watchdog thread",
+    "reading process configura", "opening config file",          "getInstance ID_ICONFIGMANAGER",
+    "cfgManager->loadByID"};
 constexpr const char* kSituations[] = {"end of one window",
                                        "end of several windows",
                                        "end of a window of several samples",
@@ -60,10 +60,10 @@ class Comparison {
           if (!improve(smaller)) at += length;
         }
       }
-      for (std::size_t at = 0; at < history.size() * 3; ++at) {
-        for (const long long value : {0LL, 1LL, history[at / 3].values[at % 3] / 2}) {
+      for (std::size_t at = 0; at < history.size() * 6; ++at) {
+        for (const long long value : {0LL, 1LL, history[at / 6].values[at % 6] / 2}) {
           History simpler = history;
-          if (std::exchange(simpler[at / 3].values[at % 3], value) != value && improve(simpler))
+          if (std::exchange(simpler[at / 6].values[at % 6], value) != value && improve(simpler))
             break;
         }
       }
@@ -74,7 +74,7 @@ class Comparison {
   /// Prints how often what happened. @return how much of it never did.
   int report() {
     std::map<std::string, unsigned long> all;
-    for (const char* call : World::kWords)
+    for (const char* call : World::kCalls)
       all[std::string("failed: ") + call] = fCounts.situations[call];
     for (const char* situation : kSituations) all[situation] = fCounts.situations[situation];
     std::ifstream known(LOG_MESSAGES);

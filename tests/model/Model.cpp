@@ -40,38 +40,19 @@ const Field kFields[] = {&Entry::name,         &Entry::period,          &Entry::
                          &Entry::respawnLimit, &Entry::onlyDiffParents, &Entry::onlyRunning,
                          &Entry::sendEvent,    &Entry::action,          &Entry::executable,
                          &Entry::arguments,    &Entry::workingDir};
-enum {
-  kName,
-  kPeriod,
-  kCpuLimit = 3,
-  kMemLimit = 5,
-  kInstLimit = 7,
-  kRespawnLimit = 9,
-  kAction = 13,
-  kSettingCount = 17
-};
 const char* const kActions[] = {"none", "terminate", "restart", "osrestart"};
 
 /// What a configured number has to be, and what is said if it is not.
 const struct {
   int setting, least, most;
   const char* otherwise;
-} kRanges[] = {
-    {kPeriod, 1, INT_MAX,
-     "error [__loadProcessEntryConfig] Invalid value `%' for key `%', setting to 1"},
-    {kCpuLimit, 0, 100,
-     "error [__loadProcessEntryConfig] Invalid value `%' for key `%', disabling CPU monitoring"},
-    {kMemLimit, 0, INT_MAX,
-     "error [__loadProcessEntryConfig] Invalid value `%' for key `%', disabling memory monitoring"},
-    {kInstLimit, 0, INT_MAX,
-     "error [__loadProcessEntryConfig] Invalid value `%' for key `%', disabling instance "
-     "monitoring"},
-    {kRespawnLimit, 1, INT_MAX,
-     "debug [__loadProcessEntryConfig] value `%' for key `%', disabling process respawn "
-     "monitoring"},
-};
+} kRanges[] = {{kPeriod, 1, INT_MAX, "setting to 1"},
+               {kCpuLimit, 0, 100, "disabling CPU monitoring"},
+               {kMemLimit, 0, INT_MAX, "disabling memory monitoring"},
+               {kInstLimit, 0, INT_MAX, "disabling instance monitoring"},
+               {kRespawnLimit, 1, INT_MAX, "disabling process respawn monitoring"}};
 
-void assign(Entry& entry, int setting, long long value) {
+void assign(Entry& entry, long long setting, long long value) {
   const auto store = [&](auto field) {
     if constexpr (std::is_same_v<decltype(field), string Entry::*>) {
       entry.*field = kTexts[value];
@@ -88,14 +69,11 @@ class Model : public Subject {
 
   // What clients call.
 
-  void create(int slot) override {
-    if (fSlots[slot]) w.say("held %", fSlots[slot].use_count() - 1);
-    fSlots[slot] = std::make_shared<Entry>();
-  }
-  void set(int slot, int setting, long long value) override {
+  void create(long long slot) override { fSlots[slot] = std::make_shared<Entry>(); }
+  void set(long long slot, long long setting, long long value) override {
     assign(*fSlots[slot], setting, value);
   }
-  int add(int slot) override {
+  int add(long long slot) override {
     if (slot == kSlots) return say(-502, "error [addProcessEntry] `iEntry' is NULL");
     string const& name = fSlots[slot]->name;
     if (name.empty()) return say(-502, "error [addProcessEntry] Given entry has no name");
@@ -113,13 +91,12 @@ class Model : public Subject {
     }
     return say(0, "info [removeProcessEntry] Removing `%' from list of monitored processes", name);
   }
-  bool contains(string const& name) override { return s.registry.count(name) != 0; }
   int info(string const& name) override {
     if (name.empty()) return say(-502, "error [getProcessInfo] Invalid argument (empty name)");
     if (!contains(name)) {
       return say(-509, "debug [getProcessInfo] Error: there's no entry named `%', ignoring", name);
     }
-    for (Field const& field : kFields) tell("%", field, *s.registry[name].entry);
+    w.say("action %", s.registry[name].entry->action);
     return 0;
   }
 
@@ -179,6 +156,8 @@ class Model : public Subject {
   }
 
  private:
+  bool contains(string const& name) const { return s.registry.count(name) != 0; }
+
   struct Service {
     bool logger = false, dispatcher = false, counters = false, running = false, toRun = false;
     bool cpu = true, mem = true, inst = true;
@@ -191,38 +170,24 @@ class Model : public Subject {
     if (s.logger) w.say(format, values...);
     return res;
   }
+  /// Says that something failed, if it did.
   template <class... Values>
-  void tell(const char* format, Field const& field, Entry const& entry, Values const&... values) {
-    std::visit([&](auto each) { w.say(format, values..., entry.*each); }, field);
-  }
-
-  /// A service that is needed at once: none is not found.
-  int lookup(World::Service service, const char* id) {
-    const int res = w.call(World::lookup, service, id);
-    return res == World::kGivesNone ? World::kNotFound : res;
+  int fail(int res, const char* format, Values const&... values) {
+    return res == 0 ? 0 : say(res, format, values..., res);
   }
 
   // The configuration.
 
   int load() {
-    int res = lookup(World::manager, "config.manager");
-    if (res != 0) {
-      say(res, "error [__openConfigFile] getInstance ID_ICONFIGMANAGER err: %", res);
-    } else if ((res = w.call(World::lookup, World::file, "veskp.watchdog.process")) != 0) {
-      say(res, "error [__openConfigFile] cfgManager->loadByID(veskp.watchdog.process) err: %", res);
-    }
-    if (res != 0) return say(res, "error [_loadConfig] Error opening config file, res=%", res);
     const string prefix = "watchdog.process";
     for (const char* key : {".cpu_enabled", ".mem_enabled", ".inst_enabled", ".sample_time"}) {
       const auto value = w.configured(key[1] == 's' ? "getInt" : "getBool", prefix + key);
       if (!value) {
-        res = World::kNotFound;
-        say(0, "error [__loadGlobalConfig] Error reading value for key `%%', res=%", prefix, key,
-            res);
-        return say(
-            res,
-            "error [_loadConfig] Error reading global configuration for ProcessWatchdog, res=%",
-            res);
+        fail(World::kNotFound, "error [__loadGlobalConfig] Error reading value for key `%%', res=%",
+             prefix, key);
+        return fail(World::kNotFound,
+                    "error [_loadConfig] Error reading global configuration "
+                    "for ProcessWatchdog, res=%");
       }
       if (key[1] != 's') {
         (key[1] == 'c' ? s.cpu : key[1] == 'm' ? s.mem : s.inst) = *value != 0;
@@ -240,14 +205,12 @@ class Model : public Subject {
     }
   }
   bool loadMember(string const& prefix, Entry& entry) {
-    for (int setting = kName; setting < kSettingCount; ++setting) {
+    for (int setting = kName; setting < kSampleTime; ++setting) {
       const string key = prefix + kSettings[setting];
       const auto field = kFields[setting].index();
       const bool isText = field == 0 || setting == kAction;
-      const auto value = w.configured(isText       ? "getString"
-                                      : field == 2 ? "getBool"
-                                                   : "getInt",
-                                      key);
+      const char* const read = isText ? "getString" : field == 2 ? "getBool" : "getInt";
+      const auto value = w.configured(read, key);
       if (!value && setting == kName) return false;
       if (!value) continue;
       auto const* const range = std::find_if(std::begin(kRanges), std::end(kRanges),
@@ -257,7 +220,10 @@ class Model : public Subject {
       } else if (range == std::end(kRanges) || (*value >= range->least && *value <= range->most)) {
         assign(entry, setting, *value);
       } else {
-        say(0, range->otherwise, *value, key);
+        const bool quiet = setting == kRespawnLimit;
+        const string level = quiet ? "debug" : "error", what = quiet ? "value" : "Invalid value";
+        say(0, "% [__loadProcessEntryConfig] % `%' for key `%', %", level, what, *value, key,
+            range->otherwise);
         assign(entry, setting == kPeriod ? kPeriod : setting - 1, setting == kPeriod);
       }
     }
@@ -272,10 +238,10 @@ class Model : public Subject {
     int number = 0;
     for (auto const& [key, watched] : s.registry) {
       ++number;
-      for (int setting = kName; setting < kSettingCount; ++setting) {
+      for (int setting = kName; setting < kSampleTime; ++setting) {
         if (setting == kAction) continue;
-        tell("debug \twatchdog.process.%% = %", kFields[setting], *watched.entry, number,
-             kSettings[setting]);
+        w.put("debug \twatchdog.process." + std::to_string(number) + kSettings[setting] + " = ");
+        std::visit([&](auto field) { w.say("%", *watched.entry.*field); }, kFields[setting]);
       }
     }
   }
@@ -301,8 +267,8 @@ class Model : public Subject {
       if (res == 0 || (res == World::kNotFound && entry.respawnEnabled)) {
         update(watched, pids, parents);
       } else if (res != World::kNotFound) {
-        say(res, "error [__updateEntries] Error obtaining process IDs for process `%', res=%",
-            entry.name, res);
+        fail(res, "error [__updateEntries] Error obtaining process IDs for process `%', res=%",
+             entry.name);
       }
     }
   }
@@ -313,50 +279,44 @@ class Model : public Subject {
       const unsigned int pid = pids[at];
       const long long now = w.now();
       if (isInstance(entry, pid, parents[at], pids)) ++instances;
+      const bool judgesCpu = s.cpu && entry.cpuEnabled, judgesMem = s.mem && entry.memEnabled;
       unsigned int cpu = 0;
       unsigned long long mem = 0;
-      const bool judgesCpu = s.cpu && entry.cpuEnabled, judgesMem = s.mem && entry.memEnabled;
-      int res = judgesCpu ? w.read(World::cpu, pid, &World::Process::cpu, cpu) : 0;
-      if (res != 0)
-        say(0, "error [__getEntryCpuUsageForPid] Error obtaining the CPU usage of process %, res=%",
-            pid, res);
-      res = judgesMem ? w.read(World::mem, pid, &World::Process::mem, mem) : 0;
-      if (res != 0)
-        say(0,
-            "error [__getEntryMemUsageForPid] Error obtaining the memory usage of process %, res=%",
-            pid, res);
+      fail(judgesCpu ? w.read(World::cpu, pid, &World::Process::cpu, cpu) : 0,
+           "error [__getEntryCpuUsageForPid] Error obtaining the CPU usage of process %, res=%",
+           pid);
+      fail(judgesMem ? w.read(World::mem, pid, &World::Process::mem, mem) : 0,
+           "error [__getEntryMemUsageForPid] Error obtaining the memory usage of process %, res=%",
+           pid);
       Window& window = watched.windows[pid];
       if (window.start == 0) window.start = w.now();
       window.cpuSum += cpu;
       window.memSum += mem;
       ++window.count;
-      if (World::difference(window.start, now) < static_cast<long long>(entry.period * 1000U))
-        continue;
-      res = judgesCpu ? judge(entry, pid, true, window.cpuSum / window.count, entry.cpuLimit) : 0;
-      if (res != 0)
-        say(0, "error [__updateEntry] Error taking CPU action for proces `%', pid=%, res=%",
-            entry.name, pid, res);
-      res = judgesMem ? judge(entry, pid, false, window.memSum / window.count, entry.memLimit) : 0;
-      if (res != 0)
-        say(0, "error [__updateEntry] Error taking memory action for proces `%', pid=%, res=%",
-            entry.name, pid, res);
-      ++w.seen.situations[watched.windows.size() > 1 ? "end of several windows"
-                                                     : "end of one window"];
+      const unsigned int length = entry.period * 1000;
+      if (World::difference(window.start, now) < length) continue;
+      fail(judgesCpu ? judge(entry, pid, true, window.cpuSum / window.count, entry.cpuLimit) : 0,
+           "error [__updateEntry] Error taking CPU action for proces `%', pid=%, res=%", entry.name,
+           pid);
+      fail(judgesMem ? judge(entry, pid, false, window.memSum / window.count, entry.memLimit) : 0,
+           "error [__updateEntry] Error taking memory action for proces `%', pid=%, res=%",
+           entry.name, pid);
+      const bool several = watched.windows.size() > 1;
+      ++w.seen.situations[several ? "end of several windows" : "end of one window"];
       if (window.count > 2) ++w.seen.situations["end of a window of several samples"];
       watched.windows.clear();
     }
-    const int res = judgeInstances(entry, pids, instances);
-    if (res != 0)
-      say(0, "error [__updateEntry] Error taking instance count action for proces `%', res=%",
-          entry.name, res);
+    fail(judgeInstances(entry, pids, instances),
+         "error [__updateEntry] Error taking instance count action for proces `%', res=%",
+         entry.name);
   }
   bool isInstance(Entry const& entry, unsigned int pid, unsigned int parent, Pids const& pids) {
     if (!s.inst || !(entry.instEnabled || entry.respawnEnabled)) return false;
     bool running = false;
-    if (const int res = w.read(World::isRunning, pid, &World::Process::running, running)) {
-      return say(0,
-                 "error [__shouldIncrementInstCount] Error obtaining the state of process %, res=%",
-                 pid, res);
+    if (fail(w.read(World::isRunning, pid, &World::Process::running, running),
+             "error [__shouldIncrementInstCount] Error obtaining the state of process %, res=%",
+             pid)) {
+      return false;
     }
     if (entry.onlyRunning && !running) return false;
     return !entry.onlyDiffParents || std::find(pids.begin(), pids.end(), parent) == pids.end();
@@ -414,11 +374,10 @@ class Model : public Subject {
     int res = 0;
     for (const unsigned int pid : pids) {
       if ((res = w.end(pid)) == World::kNotFound) res = 0;
-      if (res != 0)
-        say(0, "error [__terminateAllProcesses] Error killing process pid=%, res=%", pid, res);
+      fail(res, "error [__terminateAllProcesses] Error killing process pid=%, res=%", pid);
     }
     if (entry.action == 1) return res;
-    if (res != 0) say(0, "error [__takeInstAction] Error terminating all processes, res=%", res);
+    fail(res, "error [__takeInstAction] Error terminating all processes, res=%");
     return launch(entry);
   }
 
@@ -433,17 +392,15 @@ class Model : public Subject {
     const string event = topic + (" " + std::to_string(static_cast<int>(value))) + " " + entry.name;
     const int res =
         s.dispatcher ? w.call(World::event, 0, event + " " + entry.executable) : World::kNotFound;
-    if (res != 0) {
-      say(0, "error [__sendEvent] Error sending `%' event for process `%', res=%", topic,
-          entry.name, res);
-    }
+    fail(res, "error [__sendEvent] Error sending `%' event for process `%', res=%", topic,
+         entry.name);
   }
   int launch(Entry const& entry) {
     unsigned int pid = 0;
     const int res =
         w.launch(entry.executable + "|" + entry.arguments + "|" + entry.workingDir, pid);
     if (res != 0)
-      return say(res, "error [__startProcess] Error restarting `%', res=%", entry.executable, res);
+      return fail(res, "error [__startProcess] Error restarting `%', res=%", entry.executable);
     return say(0, "info [__startProcess] Successfully restarted `%' '%', new pid=%", entry.name,
                entry.arguments, pid);
   }
@@ -454,19 +411,16 @@ class Model : public Subject {
       return say(res, "error [__restartProcess] Error terminating process % for `%'", pid,
                  entry.name);
     }
-    const int res = launch(entry);
-    if (res != 0)
-      say(0, "error [__restartProcess] Error starting process for `%', res=%", entry.name, res);
-    return res;
+    return fail(launch(entry), "error [__restartProcess] Error starting process for `%', res=%",
+                entry.name);
   }
   int restartOs() {
-    int res = lookup(World::osRestart, "os.restart");
+    int res = w.call(World::lookup, World::osRestart, "os.restart");
+    if (res == World::kGivesNone) res = World::kNotFound;
     if (res != 0)
-      return say(res, "error [__restartOs] Error obtaining instance of IOSRestart, res=%", res);
+      return fail(res, "error [__restartOs] Error obtaining instance of IOSRestart, res=%");
     say(0, "info [__restartOs] Restarting OS");
-    res = w.call(World::restart, 0, 0);
-    if (res != 0) say(0, "error [__restartOs] Error restaring OS, res=%", res);
-    return res;
+    return fail(w.call(World::restart, 0, 0), "error [__restartOs] Error restaring OS, res=%");
   }
 
   World& w;

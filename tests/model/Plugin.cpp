@@ -79,9 +79,9 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
 
   int loadByPath(PLiteral const&, PBaseptr<IConfig>&) override { return -1; }
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override {
-    const int res = gWorld->call(World::lookup, World::file, narrow(id));
-    if (res == 0) config = this;
-    return res;
+    if (!(id == L"veskp.watchdog.process")) return -1;
+    config = this;
+    return 0;
   }
   int getID(PString&) const override { return -1; }
   bool contains(PLiteral const&) const override { return false; }
@@ -138,15 +138,10 @@ class Plugin : public Subject {
   void work() override {
     if (gWorker) std::exchange(gWorker, nullptr)();
   }
-  void create(int slot) override {
-    PBaseptr<IProcessWatchdogEntry>& entry = fSlots[slot];
-    if (entry) {
-      entry->incRef();
-      gWorld->say("held %", entry->decRef() - 1);
-    }
-    entry = instance<IProcessWatchdogEntry>(ID_IPROCESSWATCHDOGENTRY);
+  void create(long long slot) override {
+    fSlots[slot] = instance<IProcessWatchdogEntry>(ID_IPROCESSWATCHDOGENTRY);
   }
-  void set(int slot, int setting, long long value) override {
+  void set(long long slot, long long setting, long long value) override {
     IProcessWatchdogEntry& entry = *fSlots[slot];
     const bool on = value != 0;
     const auto number = static_cast<unsigned int>(value);
@@ -173,31 +168,17 @@ class Plugin : public Subject {
         // clang-format on
     }
   }
-  int add(int slot) override {
+  int add(long long slot) override {
     return service().addProcessEntry(slot == kSlots ? nullptr : fSlots[slot].get());
   }
   int remove(std::string const& name) override {
     return service().removeProcessEntry(wide(name).c_str());
   }
-  bool contains(std::string const& name) override {
-    return service().containsProcess(wide(name).c_str());
-  }
   int info(std::string const& name) override {
     IProcessWatchdogInfo* info = nullptr;
     const int res = service().getProcessInfo(wide(name).c_str(), info);
     if (!info) return res;
-    PString texts[4];
-    info->getName(texts[0]);
-    info->getExecutable(texts[1]);
-    info->getArguments(texts[2]);
-    info->getWorkingDir(texts[3]);
-    gWorld->say("%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%\n%", narrow(texts[0]),
-                info->getPeriod(), info->getCpuEnabled(), int{info->getCpuLimit()},
-                info->getMemEnabled(), info->getMemLimit(), info->getInstEnabled(),
-                info->getInstLimit(), info->getRespawnEnabled(), info->getRespawnLimit(),
-                info->getShouldCountOnlyDiffParents(), info->getShouldCountOnlyRunning(),
-                info->getShouldSendEvent(), unsigned{info->getAction()}, narrow(texts[1]),
-                narrow(texts[2]), narrow(texts[3]));
+    gWorld->say("action %", unsigned{info->getAction()});
     return res;
   }
 
@@ -226,17 +207,16 @@ std::unique_ptr<Subject> makePlugin(World& world) {
 int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
   static Services services;
   static const std::pair<const char*, IBase*> kAll[] = {
-      {"logger", static_cast<ILogger*>(&services)},
       {"config.manager", static_cast<IConfigManager*>(&services)},
-      {"", nullptr},
+      {"logger", static_cast<ILogger*>(&services)},
       {"eventdispatcher", static_cast<IEventDispatcher*>(&services)},
       {"extcounters", static_cast<IExtCounters*>(&services)},
       {"os.restart", static_cast<IOSRestart*>(&services)}};
   const std::string name = narrow(id).substr(sizeof "com.telmor.vesk." - 1);
-  const auto found = std::find_if(std::begin(kAll), std::end(kAll),
-                                  [&](auto& each) { return each.first == name; });
-  const int res = gWorld->call(World::lookup, found - kAll + 1, name);
-  instance = res == 0 ? found->second : nullptr;
+  const auto number =
+      std::find_if(kAll, std::end(kAll), [&](auto& each) { return each.first == name; }) - kAll;
+  const int res = number > 0 ? gWorld->call(World::lookup, World::logger - 1 + number, name) : 0;
+  instance = res == 0 ? kAll[number].second : nullptr;
   return res == World::kGivesNone ? 0 : res;
 }
 

@@ -14,7 +14,7 @@
 /// All texts of a history, which names them by number.
 inline constexpr const char* kTexts[] = {"",     "web",       "Web",     "we",        "web 2",
                                          "none", "terminate", "restart", "osrestart", "restart "};
-/// The settings of an entry, in the order of their getters, as keys of the configuration.
+/// The settings of an entry as keys, in the order of their getters; one more for all entries.
 inline constexpr const char* kSettings[] = {".name",
                                             ".period",
                                             ".cpu_enabled",
@@ -31,8 +31,18 @@ inline constexpr const char* kSettings[] = {".name",
                                             ".action",
                                             ".executable",
                                             ".arguments",
-                                            ".working_dir"};
-inline constexpr int kSlots = 4;  ///< entries that a client holds; one more stands for none
+                                            ".working_dir",
+                                            ".sample_time"};
+enum {
+  kName,
+  kPeriod,
+  kCpuLimit = 3,
+  kMemLimit = 5,
+  kInstLimit = 7,
+  kRespawnLimit = 9,
+  kAction = 13,
+  kSampleTime = 17
+};
 
 /// How often what happened in all histories.
 struct Counts {
@@ -45,9 +55,9 @@ struct Counts {
 /// has one world and the model another; the same history is played in both.
 struct World {
   enum Call { find, isRunning, cpu, mem, kill, start, event, increment, restart, lookup };
-  static constexpr const char* kWords[] = {"find",  "isRunning", "cpu",       "mem",     "kill",
+  static constexpr const char* kCalls[] = {"find",  "isRunning", "cpu",       "mem",     "kill",
                                            "start", "event",     "increment", "restart", "lookup"};
-  enum Service { logger = 1, manager, file, dispatcher, counters, osRestart };
+  enum Service { logger = 3, dispatcher, counters, osRestart };
   static constexpr int kNotFound = -504, kTimedOut = -733, kGivesNone = 1000;
   static constexpr std::size_t kMost = 8;  ///< processes that starting makes
 
@@ -58,8 +68,7 @@ struct World {
     long long name = 1;
   };
   struct Fault {
-    Call call;
-    long long about;  ///< a pid, a name's number or a service; 0 for all
+    long long call, about;  ///< a pid, a name's number or a service; 0 for all
     int result;
   };
 
@@ -67,7 +76,10 @@ struct World {
 
   std::vector<Process> processes;  ///< in the order in which they are found
   std::vector<Fault> faults;
-  std::map<std::string, long long> config;
+  std::map<std::string, long long> config = {{"watchdog.process.cpu_enabled", 1},
+                                             {"watchdog.process.mem_enabled", 1},
+                                             {"watchdog.process.inst_enabled", 1},
+                                             {"watchdog.process.sample_time", 2}};
   long long clock = 1000, drift = 0;  ///< ms; every reading moves the clock by `drift`
   Process child = {100};              ///< the next program started
   bool killSpares = false;            ///< killing succeeds, and the process stays
@@ -98,15 +110,22 @@ struct World {
   }
 
   /// One call to the outside. @return what it was told to, or `otherwise`.
-  template <class About>
-  int call(Call which, long long key, About const& about, int otherwise = 0) {
-    say("% %", kWords[which], about);
+  template <class Text>
+  int call(Call which, long long about, Text const& text, int otherwise = 0) {
+    say("% %", kCalls[which], text);
     for (Fault const& fault : faults) {
-      if (fault.call != which || (fault.about != 0 && fault.about != key)) continue;
-      ++seen.situations[kWords[which]];
+      if (fault.call != which || (fault.about != 0 && fault.about != about)) continue;
+      ++seen.situations[kCalls[which]];
       return fault.result;
     }
     return otherwise;
+  }
+  auto process(long long pid) {
+    return std::find_if(processes.begin(), processes.end(),
+                        [pid](auto& each) { return each.pid == pid; });
+  }
+  int callFor(Call which, unsigned int pid) {
+    return call(which, pid, pid, process(pid) != processes.end() ? 0 : kNotFound);
   }
   int look(std::string_view name, std::vector<unsigned int>& pids,
            std::vector<unsigned int>& parents) {
@@ -120,33 +139,24 @@ struct World {
     if (res == kNotFound) pids.clear(), parents.clear();
     return res;
   }
-  auto process(unsigned int pid) {
-    return std::find_if(processes.begin(), processes.end(),
-                        [pid](Process const& each) { return each.pid == pid; });
-  }
   /// A failed reading with an odd result leaves a value all the same.
   template <class Value>
   int read(Call which, unsigned int pid, Value Process::*field, Value& value) {
-    const auto found = process(pid);
-    const bool is = found != processes.end();
-    const int res = call(which, pid, pid, is ? 0 : kNotFound);
-    if (is && (res == 0 || res % 2 != 0)) value = *found.*field;
+    const int res = callFor(which, pid);
+    if (process(pid) != processes.end() && (res == 0 || res % 2 != 0)) value = *process(pid).*field;
     return res;
   }
   int end(unsigned int pid) {
-    const auto found = process(pid);
-    const bool is = found != processes.end();
-    const int res = call(kill, pid, pid, is ? 0 : kNotFound);
-    if (is && res == 0 && !killSpares) processes.erase(found);
+    const int res = callFor(kill, pid);
+    if (res == 0 && !killSpares && process(pid) != processes.end()) processes.erase(process(pid));
     return res;
   }
   int launch(std::string const& command, unsigned int& pid) {
     const int res = call(start, 0, command);
     if (res != 0) return res;
     while (child.pid == 0 || process(child.pid) != processes.end()) ++child.pid;
-    pid = child.pid;
-    if (child.name >= 0 && processes.size() < kMost) processes.push_back(child);
-    ++child.pid;
+    if (processes.size() < kMost) processes.push_back(child);
+    pid = child.pid++;
     return res;
   }
   /// Null where there is no such key.
@@ -155,31 +165,29 @@ struct World {
     const auto found = config.find(key);
     return found != config.end() ? &found->second : nullptr;
   }
-  long long now() { return std::exchange(clock, sum(clock, drift)); }
-  static long long sum(long long one, long long other) {
-    long long result = 0;
-    __builtin_add_overflow(one, other, &result);
-    return result;
+  long long now() {
+    const long long reading = clock;
+    __builtin_add_overflow(clock, drift, &clock);
+    return reading;
   }
   static long long difference(long long from, long long to) {
-    long long result = 0;
-    __builtin_sub_overflow(to, from, &result);
-    return result;
+    __builtin_sub_overflow(to, from, &to);
+    return to;
   }
 };
 
 /// A watchdog as a history handles it.
 struct Subject {
+  static constexpr int kSlots = 4;  ///< entries that a client holds; one more stands for none
   virtual ~Subject() = default;
   virtual int start() = 0;  ///< a new one, whose worker waits for `work`
   virtual void stop() = 0;
-  virtual void work() = 0;            ///< runs a worker that has not run yet to its end
-  virtual void create(int slot) = 0;  ///< a new entry in place of the former one
-  virtual void set(int slot, int setting, long long value) = 0;
-  virtual int add(int slot) = 0;
+  virtual void work() = 0;                  ///< runs a worker that has not run yet to its end
+  virtual void create(long long slot) = 0;  ///< a new entry in place of the former one
+  virtual void set(long long slot, long long setting, long long value) = 0;
+  virtual int add(long long slot) = 0;
   virtual int remove(std::string const& name) = 0;
-  virtual bool contains(std::string const& name) = 0;
-  virtual int info(std::string const& name) = 0;  ///< puts the settings into the journal
+  virtual int info(std::string const& name) = 0;  ///< puts the action into the journal
 };
 
 std::unique_ptr<Subject> makePlugin(World& world);
