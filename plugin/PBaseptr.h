@@ -14,7 +14,7 @@ class PBaseptr : public PPtr<T> {
   PBaseptr() noexcept = default;
 
   PBaseptr(PBaseptr const& other) : Base(other, typename Base::Unshared{}) {
-    if (this->joinCount()) PBaseptr::newCounter();
+    if (this->joinCount()) this->startCount();
   }
 
   PBaseptr& operator=(PBaseptr const& other) {
@@ -36,8 +36,13 @@ class PBaseptr : public PPtr<T> {
     if (this->fPtr != nullptr) this->fPtr->incRef();
   }
 
+  // Destructors run through this, so what an object says about being let go is not heard.
   void freePtr() override {
-    if (this->fPtr != nullptr) this->fPtr->decRef();
+    if (this->fPtr == nullptr) return;
+    try {
+      this->fPtr->decRef();
+    } catch (...) {
+    }
   }
 
   PBaseptr& operator=(T* object) {

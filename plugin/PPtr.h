@@ -69,7 +69,7 @@ class PPtr {
     fPtr = object;
     fCounter = counter;
     if (counter != nullptr) {
-      newCounter();
+      startCount();
       ++*counter;
     }
     return *this;
@@ -106,6 +106,17 @@ class PPtr {
   /// @return true when it was the last one: the object is to be freed, and then
   ///         the count.
   bool leaveCount() noexcept { return fPtr != nullptr && fCounter != nullptr && --*fCounter == 0; }
+
+  /// Calls `newCounter()` of the pointer's own class. If that fails, nothing is held.
+  void startCount() {
+    try {
+      newCounter();
+    } catch (...) {
+      fPtr = nullptr;
+      delete std::exchange(fCounter, nullptr);
+      throw;
+    }
+  }
 
   void forget() noexcept {
     fPtr = nullptr;

@@ -17,7 +17,7 @@ PProcessWatchdog::~PProcessWatchdog() {
     __logError(L"[%s] Error stopping the watchdog thread, res=%d", "~PProcessWatchdog", res);
   }
   // Locked, because a worker that could not be stopped may be in the middle of it.
-  const Lock lock(fStopMutex);
+  const ServiceLock lock(fStopMutex);
   fProcEntries.clear();
 }
 
@@ -85,17 +85,19 @@ int PProcessWatchdog::__obtainServices() {
 }
 
 void PProcessWatchdog::__startWatchdog() {
-  const Lock lock(fStopMutex);
+  const ServiceLock lock(fStopMutex);
   fStopped = false;
 }
 
+bool PProcessWatchdog::__markStopped() {
+  // Locking fails where `init()` never got as far as the mutex; no worker runs then, and
+  // the flag says so. Otherwise a worker about to wait sees the flag after that wait.
+  const ServiceLock lock(fStopMutex);
+  return fStopped.exchange(true);
+}
+
 int PProcessWatchdog::__stopWatchdog() {
-  // Locking fails where `init()` never got as far as the mutex; no worker runs
-  // then, and the flag says so.
-  fStopMutex.lock();
-  const bool wasStopped = fStopped.exchange(true);
-  fStopMutex.unlock();
-  if (wasStopped) return FrameworkResult::ok;
+  if (__markStopped()) return FrameworkResult::ok;
 
   int res = fStopCondVar.notifyAll();
   if (res != FrameworkResult::ok) {

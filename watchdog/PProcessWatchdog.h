@@ -1,8 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
-#include <mutex>
 #include <vector>
 
 #include "framework/IConfig.h"
@@ -18,6 +18,7 @@
 #include "watchdog/Guarded.h"
 #include "watchdog/IProcessWatchdog.h"
 #include "watchdog/PProcessWatchdogEntry.h"
+#include "watchdog/ServiceLock.h"
 
 /// The watchdog service: the registry, the worker thread that samples it, and
 /// what follows from the samples. Destroyed by its own `decRef()`.
@@ -77,7 +78,15 @@ class PProcessWatchdog final : public IProcessWatchdog {
 
  private:
   using Pids = std::vector<unsigned int>;
-  using Lock = std::lock_guard<PMutex>;
+  /// What is started for an entry. Read whole before anything is ended: what follows
+  /// needs no memory, so what was ended is also started.
+  struct Program {
+    explicit Program(ProcEntry const& procEntry);
+    PString name;
+    PString executable;
+    PString arguments;
+    PString workingDir;
+  };
   /// One of the logger's three logging operations.
   using LogOperation = int (ILogger::*)(int, const wchar_t*, ...);
 
@@ -87,12 +96,31 @@ class PProcessWatchdog final : public IProcessWatchdog {
   int __init();
   int __obtainServices();
   void __startWatchdog();
+  bool __markStopped();  ///< @return whether it was already
   int __stopWatchdog();
   void __watchdogTick();
   void __waitForNextTick();
 
   // registry
-  int __addEntry(PProcessWatchdogEntry* entry, PString const& name);
+  int __addEntry(PProcessWatchdogEntry* entry);
+  /// Runs `operation` with the mutex held. What keeps it from running or from ending is
+  /// logged in the name of `method` and returned.
+  template <class Operation>
+  int __exclusively(const char* method, Operation operation) const noexcept {
+    const ServiceLock lock(fStopMutex);
+    if (lock.result() != FrameworkResult::ok) {
+      __logError(L"[%s] Error locking the stop mutex, res=%d", method, lock.result());
+      return lock.result();
+    }
+    int res = FrameworkResult::ok;
+    const int ended = guarded([&] {
+      res = operation();
+      return FrameworkResult::ok;
+    });
+    if (ended == FrameworkResult::ok) return res;
+    __logError(L"[%s] Ended by an exception, res=%d", method, ended);
+    return ended;
+  }
 
   // action names
   ProcessWatchdogActionEnum __stringToAction(PLiteral const& text) const;
@@ -131,7 +159,7 @@ class PProcessWatchdog final : public IProcessWatchdog {
   int __executeAction(ProcEntry const& procEntry, unsigned int pid);
   int __terminateProcess(ProcEntry const& procEntry, unsigned int pid);
   int __terminateAllProcesses(Pids const& pids);
-  int __startProcess(ProcEntry const& procEntry);
+  int __startProcess(Program const& program);
   int __restartProcess(ProcEntry const& procEntry, unsigned int pid);
   int __restartOs(ProcEntry const& procEntry);
   int __sendEvent(ProcEntry const& procEntry, PLiteral const& topic, int value) const;
@@ -172,6 +200,6 @@ class PProcessWatchdog final : public IProcessWatchdog {
   bool fCpuEnabled = true;
   bool fMemEnabled = true;
   bool fInstEnabled = true;
-  int fSampleTime = 2;  ///< seconds
-  std::map<PString, ProcEntry> fProcEntries;
+  int fSampleTime = 2;                                     ///< seconds
+  std::map<PString, ProcEntry, std::less<>> fProcEntries;  ///< looked up without a copy
 };

@@ -7,43 +7,41 @@
 #include "watchdog/ProcessWatchdogResult.h"
 
 int PProcessWatchdog::addProcessEntry(IProcessWatchdogEntry* iEntry) {
-  return guarded([&] {
-    if (iEntry == nullptr) {
-      __logError(L"[%s] `iEntry' is NULL", "addProcessEntry");
-      return ProcessWatchdogResult::invalidArgument;
+  if (iEntry == nullptr) {
+    __logError(L"[%s] `iEntry' is NULL", "addProcessEntry");
+    return ProcessWatchdogResult::invalidArgument;
+  }
+  // Entries are made by the plug-in only, and it makes them of this one class.
+  return guarded([&] { return __addEntry(static_cast<PProcessWatchdogEntry*>(iEntry)); });
+}
+
+int PProcessWatchdog::__addEntry(PProcessWatchdogEntry* entry) {
+  // Not through the getter, which cannot say that memory ran out.
+  PString const name(entry->name());
+  if (name.isEmpty()) {
+    __logError(L"[%s] Given entry has no name", "addProcessEntry");
+    return ProcessWatchdogResult::invalidArgument;
+  }
+  return __exclusively("addProcessEntry", [&] {
+    if (fProcEntries.contains(name)) {
+      __logError(L"[%s] Entry with name `%ls' already in list", "addProcessEntry", name.c_str());
+      return ProcessWatchdogResult::nameConflict;
     }
-    PString name;
-    iEntry->getName(name);
-    if (name.isEmpty()) {
-      __logError(L"[%s] Given entry has no name", "addProcessEntry");
-      return ProcessWatchdogResult::invalidArgument;
-    }
-    // Entries are made by the plug-in only, and it makes them of this one class.
-    return __addEntry(static_cast<PProcessWatchdogEntry*>(iEntry), name);
+    __logDebug(L"[%s] Entry with name `%ls' is good to add", "addProcessEntry", name.c_str());
+    __logInfo(L"[%s] Adding `%ls' to list of monitored processes", "addProcessEntry", name.c_str());
+    ProcEntry procEntry;
+    procEntry.entry = entry;
+    fProcEntries.emplace(name, std::move(procEntry));
+    return FrameworkResult::ok;
   });
 }
 
-int PProcessWatchdog::__addEntry(PProcessWatchdogEntry* entry, PString const& name) {
-  const Lock lock(fStopMutex);
-  if (fProcEntries.contains(name)) {
-    __logError(L"[%s] Entry with name `%ls' already in list", "addProcessEntry", name.c_str());
-    return ProcessWatchdogResult::nameConflict;
-  }
-  __logDebug(L"[%s] Entry with name `%ls' is good to add", "addProcessEntry", name.c_str());
-  __logInfo(L"[%s] Adding `%ls' to list of monitored processes", "addProcessEntry", name.c_str());
-  ProcEntry procEntry;
-  procEntry.entry = entry;
-  fProcEntries.emplace(name, std::move(procEntry));
-  return FrameworkResult::ok;
-}
-
 int PProcessWatchdog::removeProcessEntry(PLiteral const& name) {
-  return guarded([&] {
-    if (name.isEmpty()) {
-      __logError(L"[%s] Invalid argument (empty name)", "removeProcessEntry");
-      return ProcessWatchdogResult::invalidArgument;
-    }
-    const Lock lock(fStopMutex);
+  if (name.isEmpty()) {
+    __logError(L"[%s] Invalid argument (empty name)", "removeProcessEntry");
+    return ProcessWatchdogResult::invalidArgument;
+  }
+  return __exclusively("removeProcessEntry", [&] {
     const auto found = fProcEntries.find(name);
     if (found == fProcEntries.end()) {
       __logDebug(L"[%s] There's no entry named `%ls', ignoring", "removeProcessEntry",
@@ -59,8 +57,7 @@ int PProcessWatchdog::removeProcessEntry(PLiteral const& name) {
 
 bool PProcessWatchdog::containsProcess(PLiteral const& name) const {
   bool contains = false;
-  static_cast<void>(guarded([&] {
-    const Lock lock(fStopMutex);
+  static_cast<void>(__exclusively("containsProcess", [&] {
     contains = fProcEntries.contains(name);
     return FrameworkResult::ok;
   }));
@@ -68,12 +65,11 @@ bool PProcessWatchdog::containsProcess(PLiteral const& name) const {
 }
 
 int PProcessWatchdog::getProcessInfo(PLiteral const& name, IProcessWatchdogInfo*& info) const {
-  return guarded([&] {
-    if (name.isEmpty()) {
-      __logError(L"[%s] Invalid argument (empty name)", "getProcessInfo");
-      return ProcessWatchdogResult::invalidArgument;
-    }
-    const Lock lock(fStopMutex);
+  if (name.isEmpty()) {
+    __logError(L"[%s] Invalid argument (empty name)", "getProcessInfo");
+    return ProcessWatchdogResult::invalidArgument;
+  }
+  return __exclusively("getProcessInfo", [&] {
     const auto found = fProcEntries.find(name);
     if (found == fProcEntries.end()) {
       __logDebug(L"[%s] Error: there's no entry named `%ls', ignoring", "getProcessInfo",

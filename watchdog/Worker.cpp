@@ -17,31 +17,29 @@ void PProcessWatchdog::_watchdogThreadProc() {
   __logDebug(L"[%s] Starting process watchdog loop (current thread id = %p)", "_watchdogThreadProc",
              PThread::getCurrentThreadId());
   while (!fStopped) {
-    // A tick that ends by an exception costs that tick, not the watchdog.
-    const int res = guarded([this] {
-      __watchdogTick();
-      return FrameworkResult::ok;
-    });
-    if (res != FrameworkResult::ok) {
-      __logError(L"[%s] Tick ended by an exception, res=%d", "_watchdogThreadProc", res);
-    }
+    __watchdogTick();
     __waitForNextTick();
   }
   __logDebug(L"[%s] Thread loop finished", "_watchdogThreadProc");
 }
 
 void PProcessWatchdog::__watchdogTick() {
-  const Lock lock(fStopMutex);
-  __updateEntries();
+  // Without the lock a tick is left out; the next one tries again.
+  static_cast<void>(__exclusively("__watchdogTick", [this] {
+    __updateEntries();
+    return FrameworkResult::ok;
+  }));
 }
 
 void PProcessWatchdog::__waitForNextTick() {
   constexpr unsigned int kMsPerSecond = 1000;
-  const Lock lock(fStopMutex);
+  const ServiceLock lock(fStopMutex);
+  int res = lock.result();
   // No predicate: whatever wakes the worker leads to the stop check and, when it
   // is not stopped, to a tick.
-  const int res =
-      fStopCondVar.wait(&fStopMutex, kMsPerSecond * static_cast<unsigned int>(fSampleTime));
+  if (res == FrameworkResult::ok) {
+    res = fStopCondVar.wait(&fStopMutex, kMsPerSecond * static_cast<unsigned int>(fSampleTime));
+  }
   if (res != FrameworkResult::ok && res != FrameworkResult::timedOut) {
     __logError(L"[%s] Failed to wait on conditinal var, res=%d", "_watchdogThreadProc", res);
     fStopped = true;

@@ -63,11 +63,15 @@ debug 	watchdog.process.sample_time = 2
 }
 
 TEST_F(Configuration, DumpsAsMuchOfAMemoryLimitAsItsFormatHolds) {
+  for (const char* key : {"cpu_enabled", "mem_enabled", "inst_enabled"}) {
+    config["watchdog.process." + std::string(key)] = false;
+  }
   PBaseptr<PProcessWatchdog> watchdog;
   watchdog = new PProcessWatchdog;
   constexpr unsigned long long kLimit = 5'000'000'000;
   const Entry entry = newEntry(L"large");
   entry->setMemLimit(kLimit);
+  ASSERT_EQ(watchdog->init(), 0);
   ASSERT_EQ(watchdog->addProcessEntry(entry.get()), 0);
   ASSERT_EQ(watchdog->init(), 0);
   EXPECT_EQ(take("debug \twatchdog.process.1.mem_limit"),

@@ -13,13 +13,19 @@
 #include "tests/plugin/ScriptedFramework.h"
 
 int ScriptedFramework::call(std::string const& line, int otherwise) {
-  EXPECT_TRUE(!isWorker || mutexesHeld == 1 || line.starts_with("debug")) << line;
+  const Side side(false);
+  EXPECT_TRUE(!isWorker || mutexesHeld == 1 || line.starts_with("debug") ||
+              line.starts_with("error"))
+      << line;
   std::unique_lock lock(fMutex);
   fJournal.push_back(line);
   lock.unlock();
   auto scripted = results.find(line);
   if (scripted == results.end()) scripted = results.find(line.substr(0, line.find(' ')));
-  const int result = scripted != results.end() ? scripted->second : otherwise;
+  return heed(line, meddle(line, scripted != results.end() ? scripted->second : otherwise));
+}
+
+int ScriptedFramework::heed(std::string const& line, int result) {
   if (result == throws) throw line;
   if (result == throwsBadAlloc) throw std::bad_alloc();
   return result;
@@ -55,9 +61,13 @@ void ScriptedFramework::join() {
   while (parked.try_acquire() || released.try_acquire()) continue;
 }
 
-PMutex::~PMutex() { framework().call("~PMutex"); }
+PMutex::~PMutex() {
+  const ScriptedFramework::Side side(false);
+  framework().call("~PMutex");
+}
 
 int PMutex::init(bool recursive) noexcept {
+  const ScriptedFramework::Side side(false);
   const int res = framework().call(recursive ? "mutex init recursive" : "mutex init");
   fInitialized = res == PResult::ok;
   return res;
@@ -65,44 +75,60 @@ int PMutex::init(bool recursive) noexcept {
 
 int PMutex::lock() noexcept {
   if (!fInitialized) return -EINVAL;
+  const int res = framework().quiet("lock");
+  if (res != PResult::ok) return res;
   ++ScriptedFramework::mutexesHeld;
   return -pthread_mutex_lock(&fMutex);
 }
 
 int PMutex::unlock() noexcept {
   if (!fInitialized) return -EINVAL;
+  const int res = framework().quiet("unlock");
   --ScriptedFramework::mutexesHeld;
-  return -pthread_mutex_unlock(&fMutex);
+  pthread_mutex_unlock(&fMutex);
+  return res;
 }
 
-PConditionalVar::~PConditionalVar() { framework().call("~PConditionalVar"); }
+PConditionalVar::~PConditionalVar() {
+  const ScriptedFramework::Side side(false);
+  framework().call("~PConditionalVar");
+}
 
-int PConditionalVar::init() noexcept { return framework().call("cond init"); }
+int PConditionalVar::init() noexcept {
+  const ScriptedFramework::Side side(false);
+  return framework().call("cond init");
+}
 
 int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
-  framework().call("wait " + std::to_string(timeoutMs));
-  mutex->unlock();
+  const ScriptedFramework::Side side(false);
+  const int res = framework().call("wait " + std::to_string(timeoutMs));
+  if (res != PResult::ok) return res;
+  pthread_mutex_unlock(&mutex->fMutex);
   framework().parked.release();
   framework().released.acquire();
-  mutex->lock();
+  pthread_mutex_lock(&mutex->fMutex);
   return framework().waitResult;
 }
 
 int PConditionalVar::notifyAll() noexcept {
+  const ScriptedFramework::Side side(false);
   EXPECT_EQ(ScriptedFramework::mutexesHeld, 0);
   return framework().call("notifyAll");
 }
 
 PThread::~PThread() {
+  const ScriptedFramework::Side side(false);
   framework().call("~PThread");
   if (fJoinable) framework().join();
 }
 
 int PThread::pcreate(StartRoutine routine, void* argument) noexcept {
+  const ScriptedFramework::Side side(false);
   const int res = framework().call("pcreate");
   fJoinable = res == PResult::ok;
   if (!fJoinable) return res;
   framework().worker = [routine, argument] {
+    const ScriptedFramework::Side inside(true);
     routine(argument);
     framework().parked.release();
   };
@@ -110,12 +136,16 @@ int PThread::pcreate(StartRoutine routine, void* argument) noexcept {
 }
 
 int PThread::pjoin(void*&) noexcept {
+  const ScriptedFramework::Side side(false);
   const int res = framework().call("pjoin", fJoinable ? PResult::ok : -ESRCH);
   if (std::exchange(fJoinable, false)) framework().join();
   return res;
 }
 
-int PThread::pdetach() noexcept { return framework().call("pdetach"); }
+int PThread::pdetach() noexcept {
+  const ScriptedFramework::Side side(false);
+  return framework().call("pdetach");
+}
 
 void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(0x11); }
 
@@ -124,6 +154,7 @@ void* PThread::getCurrentThreadId() noexcept {
 }
 
 int PThread::setName(const char* name) noexcept {
+  const ScriptedFramework::Side side(false);
   const int res = framework().call(std::string("setName ") + name);
   ScriptedFramework::isWorker = true;
   return res;

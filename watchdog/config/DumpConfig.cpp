@@ -8,11 +8,17 @@
 
 namespace {
 
-using Info = IProcessWatchdogInfo;
+using Entry = PProcessWatchdogEntry;
 
-using Getter = std::variant<bool (Info::*)() const, char (Info::*)() const,
-                            unsigned int (Info::*)() const, int (Info::*)() const,
-                            unsigned long long (Info::*)() const, void (Info::*)(PString&) const>;
+using Getter = std::variant<bool (Entry::*)() const, char (Entry::*)() const,
+                            unsigned int (Entry::*)() const, int (Entry::*)() const,
+                            unsigned long long (Entry::*)() const, PString (*)(Entry const&)>;
+
+/// Not through the getters, which cannot say that memory ran out.
+template <auto kRead>
+PString textOf(Entry const& entry) {
+  return (entry.*kRead)();
+}
 
 struct Row {
   const wchar_t* suffix;
@@ -21,22 +27,22 @@ struct Row {
 
 /// What is dumped of an entry, in this order. The action is not.
 constexpr std::array<Row, 16> kRows = {{
-    {Keys::name, &Info::getName},
-    {Keys::period, &Info::getPeriod},
-    {Keys::cpuEnabled, &Info::getCpuEnabled},
-    {Keys::cpuLimit, &Info::getCpuLimit},
-    {Keys::memEnabled, &Info::getMemEnabled},
-    {Keys::memLimit, &Info::getMemLimit},
-    {Keys::instEnabled, &Info::getInstEnabled},
-    {Keys::instLimit, &Info::getInstLimit},
-    {Keys::respawnEnabled, &Info::getRespawnEnabled},
-    {Keys::respawnLimit, &Info::getRespawnLimit},
-    {Keys::countOnlyDiffParents, &Info::getShouldCountOnlyDiffParents},
-    {Keys::countOnlyRunning, &Info::getShouldCountOnlyRunning},
-    {Keys::sendEvent, &Info::getShouldSendEvent},
-    {Keys::executable, &Info::getExecutable},
-    {Keys::arguments, &Info::getArguments},
-    {Keys::workingDir, &Info::getWorkingDir},
+    {Keys::name, textOf<&Entry::name>},
+    {Keys::period, &Entry::getPeriod},
+    {Keys::cpuEnabled, &Entry::getCpuEnabled},
+    {Keys::cpuLimit, &Entry::getCpuLimit},
+    {Keys::memEnabled, &Entry::getMemEnabled},
+    {Keys::memLimit, &Entry::getMemLimit},
+    {Keys::instEnabled, &Entry::getInstEnabled},
+    {Keys::instLimit, &Entry::getInstLimit},
+    {Keys::respawnEnabled, &Entry::getRespawnEnabled},
+    {Keys::respawnLimit, &Entry::getRespawnLimit},
+    {Keys::countOnlyDiffParents, &Entry::getShouldCountOnlyDiffParents},
+    {Keys::countOnlyRunning, &Entry::getShouldCountOnlyRunning},
+    {Keys::sendEvent, &Entry::getShouldSendEvent},
+    {Keys::executable, textOf<&Entry::executable>},
+    {Keys::arguments, textOf<&Entry::arguments>},
+    {Keys::workingDir, textOf<&Entry::workingDir>},
 }};
 
 }  // namespace
@@ -63,19 +69,17 @@ class PProcessWatchdog::EntryDumper {
     fWatchdog.__logDebug(L"\t%ls = %lu", key, value);
   }
 
-  void dump(const wchar_t* key, Info const& info, Getter const& getter) const {
-    std::visit([&](auto get) { dumpValue(key, info, get); }, getter);
+  void dump(const wchar_t* key, Entry const& entry, Getter const& getter) const {
+    std::visit([&](auto get) { dumpValue(key, entry, get); }, getter);
   }
 
  private:
   template <class Value>
-  void dumpValue(const wchar_t* key, Info const& info, Value (Info::*get)() const) const {
-    dump(key, (info.*get)());
+  void dumpValue(const wchar_t* key, Entry const& entry, Value (Entry::*get)() const) const {
+    dump(key, (entry.*get)());
   }
-  void dumpValue(const wchar_t* key, Info const& info, void (Info::*get)(PString&) const) const {
-    PString text;
-    (info.*get)(text);
-    dump(key, text.c_str());
+  void dumpValue(const wchar_t* key, Entry const& entry, PString (*get)(Entry const&)) const {
+    dump(key, get(entry).c_str());
   }
 
   PProcessWatchdog const& fWatchdog;

@@ -1,6 +1,7 @@
 // Reading the configuration: the store, the global keys, the list of members.
 
 #include <array>
+#include <new>
 #include <utility>
 
 #include "framework/IConfigManager.h"
@@ -89,7 +90,10 @@ int PProcessWatchdog::__loadProcessEntries(PBaseptr<IConfig>& config) {
 void PProcessWatchdog::__buildProcessEntryKey(PLiteral const& prefix, unsigned int index,
                                               PLiteral const& suffix, PString& out) const {
   PString number;
-  PUtils::int32ToStr(static_cast<int>(index), number);
+  // A key without its number would end the list early, and nobody would know.
+  if (PUtils::int32ToStr(static_cast<int>(index), number) != FrameworkResult::ok) {
+    throw std::bad_alloc();
+  }
   out.clear();
   out.append(prefix);
   out.append(number);

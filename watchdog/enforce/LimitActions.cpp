@@ -79,7 +79,7 @@ int PProcessWatchdog::__respawn(ProcEntry const& procEntry) {
       L"[%s] Instance count too Low (current=%u, limit=%u) for process `%ls', taking action "
       L"Respawn",
       "__takeInstAction", procEntry.instCount, limit, name.c_str());
-  return __startProcess(procEntry);
+  return __startProcess(Program(procEntry));
 }
 
 int PProcessWatchdog::__actOnAllInstances(ProcEntry const& procEntry, Pids const& pids) {
@@ -89,13 +89,14 @@ int PProcessWatchdog::__actOnAllInstances(ProcEntry const& procEntry, Pids const
       __logInfo(L"[%s] Killing all processes named `%ls'", "__takeInstAction", name.c_str());
       return __terminateAllProcesses(pids);
     case restart: {
+      Program const program(procEntry);
       __logInfo(L"[%s] Killing all processes named `%ls' before restarting the process",
                 "__takeInstAction", name.c_str());
       const int res = __terminateAllProcesses(pids);
       if (res != FrameworkResult::ok) {
         __logError(L"[%s] Error terminating all processes, res=%d", "__takeInstAction", res);
       }
-      return __startProcess(procEntry);
+      return __startProcess(program);
     }
     case osrestart:
       return __restartOs(procEntry);

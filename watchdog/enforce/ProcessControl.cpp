@@ -44,24 +44,28 @@ int PProcessWatchdog::__terminateAllProcesses(Pids const& pids) {
   return res;
 }
 
-int PProcessWatchdog::__startProcess(ProcEntry const& procEntry) {
-  PString const name(procEntry.entry->name());
-  PString const executable(procEntry.entry->executable());
-  PString const arguments(procEntry.entry->arguments());
-  PString const workingDir(procEntry.entry->workingDir());
+PProcessWatchdog::Program::Program(ProcEntry const& procEntry)
+    : name(procEntry.entry->name()),
+      executable(procEntry.entry->executable()),
+      arguments(procEntry.entry->arguments()),
+      workingDir(procEntry.entry->workingDir()) {}
+
+int PProcessWatchdog::__startProcess(Program const& program) {
   unsigned int pid = 0;
-  const int res = PProcess::start(executable, arguments, workingDir, pid);
+  const int res = PProcess::start(program.executable, program.arguments, program.workingDir, pid);
   if (res != FrameworkResult::ok) {
-    __logError(L"[%s] Error restarting `%ls', res=%d", "__startProcess", executable.c_str(), res);
+    __logError(L"[%s] Error restarting `%ls', res=%d", "__startProcess", program.executable.c_str(),
+               res);
   } else {
     __logInfo(L"[%s] Successfully restarted `%ls' '%ls', new pid=%u", "__startProcess",
-              name.c_str(), arguments.c_str(), pid);
+              program.name.c_str(), program.arguments.c_str(), pid);
   }
   return res;
 }
 
 int PProcessWatchdog::__restartProcess(ProcEntry const& procEntry, unsigned int pid) {
-  PString const name(procEntry.entry->name());
+  Program const program(procEntry);
+  PString const& name = program.name;
   __logInfo(L"[%s] Terminating process %u for `%ls' before restarting", "__restartProcess", pid,
             name.c_str());
   int res = PProcess::kill(pid);
@@ -70,7 +74,7 @@ int PProcessWatchdog::__restartProcess(ProcEntry const& procEntry, unsigned int 
                name.c_str());
     return res;
   }
-  res = __startProcess(procEntry);
+  res = __startProcess(program);
   if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error starting process for `%ls', res=%d", "__restartProcess", name.c_str(),
                res);
