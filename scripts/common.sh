@@ -12,6 +12,7 @@ packages=(
 lint_packages=(clang-tidy clang-format)
 bench_packages=(libbenchmark-dev)
 coverage_packages=(gcovr jq)
+fuzz_packages=(clang libclang-rt-14-dev)
 # For 32-bit ARM: what builds on this machine and runs the result, and what stands in
 # the target's own root folder: libraries to build with, programs that tests call.
 cross_packages=(g++-arm-linux-gnueabihf qemu-user-static)

@@ -30,6 +30,9 @@ std::string_view nearestName(std::string_view name, std::vector<std::string_view
   std::string_view nearest;
   std::size_t least = kFarthest + 1;
   for (const std::string_view candidate : known) {
+    // As many characters are added or left out, at least.
+    const std::size_t longer = std::max(name.size(), candidate.size());
+    if (longer - std::min(name.size(), candidate.size()) >= least) continue;
     const std::size_t distance = editDistance(name, candidate);
     // What would replace the whole of a short name says nothing.
     if (distance >= least || distance >= candidate.size()) continue;

@@ -9,7 +9,10 @@ constexpr std::chrono::microseconds kSecond = std::chrono::seconds(1);
 
 unsigned int percentOf(std::chrono::microseconds used, std::chrono::microseconds elapsed) {
   if (elapsed.count() <= 0 || used.count() <= 0) return 0;
-  constexpr std::chrono::microseconds::rep kMost = std::numeric_limits<unsigned int>::max();
+  using Count = std::chrono::microseconds::rep;
+  constexpr Count kMost = std::numeric_limits<unsigned int>::max();
+  // No process has used so much, but the number is somebody else's.
+  if (used.count() > std::numeric_limits<Count>::max() / 100) return kMost;
   return static_cast<unsigned int>(std::min(used.count() * 100 / elapsed.count(), kMost));
 }
 

@@ -72,7 +72,7 @@ std::optional<ProcessStat> parseProcessStat(std::string_view text) {
   ProcessStat stat;
   stat.comm = text.substr(open + 1, close - open - 1);
   stat.state = text[close + 2];
-  FieldReader fields(text.substr(close + 2));
+  FieldReader fields(text.substr(close + 3));
   unsigned long long userTicks = 0;
   unsigned long long systemTicks = 0;
   const bool isWhole =

@@ -9,11 +9,17 @@
 #include <memory>
 #include <string_view>
 #include <system_error>
+#include <utility>
+
+#include "host/services/TomlNesting.h"
 
 namespace {
 
 /// More than any configuration; less than what an endless device would fill.
-constexpr std::size_t kLargestFile = std::size_t{16} << 20U;
+constexpr std::size_t kLargestFile = std::size_t{1} << 20U;
+
+/// Of all full keys together: a long one of a table is part of every key in it.
+constexpr std::size_t kMostKeyBytes = 16 * kLargestFile;
 
 /// @return 0 or a negated errno.
 int readWhole(std::string const& path, std::string& content) {
@@ -66,15 +72,34 @@ std::string keyPart(std::string_view text) {
   return plain ? std::string(text) : fmt::format("\"{}\"", text);
 }
 
-void collect(toml::table const& table, std::string const& prefix, ConfigEntries& entries) {
-  for (auto const& [key, node] : table) {
-    const std::string name = prefix + keyPart(key.str());
-    if (toml::table const* inner = node.as_table(); inner != nullptr) {
-      collect(*inner, name + '.', entries);
-    } else {
-      entries[name] = {{contentOf(node), positionOf(node.source())}, positionOf(key.source())};
+/// Gathers what stands in a table under full keys.
+class Collector {
+ public:
+  /// @return false when the keys are longer than is sensible.
+  bool collect(toml::table const& table, std::string const& prefix) {
+    for (auto const& [key, node] : table) {
+      const std::string name = prefix + keyPart(key.str());
+      place = positionOf(key.source());
+      fKeyBytes += name.size();
+      if (fKeyBytes > kMostKeyBytes) return false;
+      if (toml::table const* inner = node.as_table(); inner != nullptr) {
+        if (!collect(*inner, name + '.')) return false;
+      } else {
+        entries[name] = {{contentOf(node), positionOf(node.source())}, place};
+      }
     }
+    return true;
   }
+
+  ConfigEntries entries;
+  FilePosition place;  ///< of the key that was looked at last
+
+ private:
+  std::size_t fKeyBytes = 0;
+};
+
+TomlFailure failureAt(std::string const& path, FilePosition position, std::string const& cause) {
+  return {-EINVAL, atPosition(path, position) + cause, position, cause};
 }
 
 }  // namespace
@@ -100,13 +125,17 @@ std::variant<TomlFile, TomlFailure> readTomlFile(std::string const& path) {
     const std::string cause = std::generic_category().message(-res);
     return TomlFailure{res, path + ": " + cause, {}, cause};
   }
+  if (const auto place = tooDeepPlace(content)) {
+    return failureAt(path, *place,
+                     fmt::format("more than {} levels within each other", kDeepestToml));
+  }
   try {
-    TomlFile file{path, {}};
-    collect(toml::parse(content), "", file.entries);
-    return file;
+    Collector collector;
+    if (!collector.collect(toml::parse(content), "")) {
+      return failureAt(path, collector.place, "the keys up to here are too long in all");
+    }
+    return TomlFile{path, std::move(collector.entries)};
   } catch (toml::parse_error const& error) {
-    const FilePosition position = positionOf(error.source());
-    const std::string cause(error.description());
-    return TomlFailure{-EINVAL, atPosition(path, position) + cause, position, cause};
+    return failureAt(path, positionOf(error.source()), std::string(error.description()));
   }
 }
