@@ -103,8 +103,9 @@ bool isOfAnotherFile(Finding const& finding) {
 
 void fuzzConfiguration(std::string_view input) {
   static const TemporaryFolder folder;
-  static const Options options{.configFile = folder.path("v.toml"),
-                               .plugins = {"libveskp.watchdog.process.so"}};
+  Options options;
+  options.configFile = folder.path("v.toml");
+  options.plugins = {"libveskp.watchdog.process.so"};
   folder.makeFile("v.toml", std::string(input));
   const auto checked = readChecked(options.configFile, options.plugins);
   const auto setup = readSetup(options);

@@ -6,8 +6,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <random>
-
 #include "host/control/MetricsSocket.h"
 #include "tests/host/control/ControlFixture.h"
 
@@ -88,21 +86,9 @@ TEST_F(ControlSocketTest, GivesMetricsAloneOnAPort) {
   }
 }
 
-TEST_F(HostileClientTest, OutlivesGarbageAndDisconnects) {
+TEST_F(HostileClientTest, OutlivesDisconnects) {
   ASSERT_TRUE(open());
-  std::mt19937 random(20261121);  // NOLINT: the same bytes every time
   const std::string whole = requestText("POST", "/v1/match?name=%41", "{}");
-  for (int round = 0; round < 2000; ++round) {
-    std::string bytes = whole;
-    for (auto left = random() % 9; left > 0; --left) {
-      bytes[random() % bytes.size()] = static_cast<char>(random());
-    }
-    if (round % 4 == 0) std::ranges::generate(bytes, [&] { return static_cast<char>(random()); });
-    const RawClient client(settings.socket);
-    client.send(bytes);
-    client.finish();
-    client.receive();
-  }
   for (std::size_t count = 0; count <= whole.size(); ++count) {
     RawClient(settings.socket).send(whole.substr(0, count));
   }
