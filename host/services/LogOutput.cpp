@@ -1,51 +1,70 @@
 #include "host/services/LogOutput.h"
 
-#include <spdlog/sinks/basic_file_sink.h>
-#include <spdlog/sinks/stdout_sinks.h>
-
-#include <cstdio>
 #include <system_error>
 #include <utility>
 
 #include "host/services/AppendableFile.h"
+#include "host/services/LineSink.h"
 #include "host/services/LogFormat.h"
+#include "host/services/RepeatSink.h"
 
-std::shared_ptr<LogOutput> LogOutput::open(LogSettings const& settings, std::string& cause) {
-  if (settings.file.empty()) {
-    return std::make_shared<LogOutput>(
-        std::make_shared<spdlog::sinks::stderr_sink_mt>(), settings.level,
-        settings.isJournalOnStderr ? LogLayout::journal : LogLayout::timed);
-  }
-  // Tried first: the library would make missing folders, and keep the cause to
-  // itself.
-  if (const int res = ensureAppendable(settings.file); res != 0) {
+namespace {
+
+/// Where else a log file's own trouble is told.
+LineSink::Complaint complaintAbout(std::string const& file, bool isJournalOnStderr) {
+  const std::string begin =
+      std::string(isJournalOnStderr ? journalPriority(spdlog::level::err) : "") +
+      "vesk: cannot write the log " + printable(file) + ": ";
+  auto writer = std::make_shared<PromptWriter>(PromptWriter::standardError());
+  return [begin, writer](std::string const& cause) {
+    static_cast<void>(writer->write(begin + printable(cause) + '\n'));
+  };
+}
+
+std::shared_ptr<LineSink> openSink(LogSettings const& settings, std::string& cause) {
+  if (settings.file.empty()) return std::make_shared<LineSink>(PromptWriter::standardError());
+  UniqueFd file;
+  if (const int res = openAppendable(settings.file, file); res != 0) {
     cause = std::generic_category().message(-res);
     return nullptr;
   }
-  try {
-    return std::make_shared<LogOutput>(
-        std::make_shared<spdlog::sinks::basic_file_sink_mt>(settings.file), settings.level);
-  } catch (spdlog::spdlog_ex const& error) {
-    cause = error.what();
-    return nullptr;
-  }
+  return std::make_shared<LineSink>(PromptWriter(std::move(file)),
+                                    complaintAbout(settings.file, settings.isJournalOnStderr));
 }
 
-LogOutput::LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level, LogLayout layout)
+}  // namespace
+
+std::shared_ptr<LogOutput> LogOutput::open(LogSettings const& settings, std::string& cause) {
+  auto sink = openSink(settings, cause);
+  if (sink == nullptr) return nullptr;
+  const bool isJournal = settings.file.empty() && settings.isJournalOnStderr;
+  return std::make_shared<LogOutput>(sink, settings.level,
+                                     isJournal ? LogLayout::journal : LogLayout::timed,
+                                     [sink](std::string const& failure) { sink->lose(failure); });
+}
+
+LogOutput::LogOutput(spdlog::sink_ptr sink, spdlog::level::level_enum level, LogLayout layout,
+                     Failure onFailure)
     : fSink(std::move(sink)),
+      fWithoutRepeats(std::make_shared<RepeatSink>(fSink)),
       fLevel(level),
-      fFailureReported(std::make_shared<std::atomic<bool>>(false)) {
+      fOnFailure(std::move(onFailure)) {
   fSink->set_formatter(makeLogFormat(layout));
 }
 
 std::shared_ptr<spdlog::logger> LogOutput::logger(std::string name) const {
-  auto logger = std::make_shared<spdlog::logger>(std::move(name), fSink);
+  return make(std::move(name), fSink);
+}
+
+std::shared_ptr<spdlog::logger> LogOutput::repetitiveLogger(std::string name) const {
+  return make(std::move(name), fWithoutRepeats);
+}
+
+std::shared_ptr<spdlog::logger> LogOutput::make(std::string name, spdlog::sink_ptr sink) const {
+  auto logger = std::make_shared<spdlog::logger>(std::move(name), std::move(sink));
   logger->set_level(fLevel);
-  logger->flush_on(spdlog::level::trace);
-  logger->set_error_handler([reported = fFailureReported](std::string const& cause) {
-    if (!reported->exchange(true)) {
-      std::fputs(("vesk: cannot write the log: " + printable(cause) + '\n').c_str(), stderr);
-    }
+  logger->set_error_handler([onFailure = fOnFailure](std::string const& cause) {
+    if (onFailure) onFailure(cause);
   });
   return logger;
 }

@@ -37,12 +37,12 @@ int formatWide(const wchar_t* format, std::va_list arguments, std::string& utf8)
 }  // namespace
 
 Logger::Logger(std::shared_ptr<LogOutput const> output)
-    : fOutput(std::move(output)), fLog(fOutput->logger("vesk")) {}
+    : fOutput(std::move(output)), fLog(fOutput->repetitiveLogger("vesk")) {}
 
 int Logger::init(PLiteral const& logName) {
   return pGuarded([&] {
     if (logName.isEmpty()) return -EINVAL;
-    auto named = fOutput->logger(PUtils::toUtf8(logName));
+    auto named = fOutput->repetitiveLogger(PUtils::toUtf8(logName));
     named->set_level(fLog->level());
     fLog = std::move(named);
     return PResult::ok;
