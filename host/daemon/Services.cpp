@@ -28,13 +28,14 @@ std::shared_ptr<ProcessUtilities> makeUtilities(HostSettings const& settings,
                                                 LogOutput const& output,
                                                 std::shared_ptr<WatchBoard> const& board) {
   ProcessSettings process;
+  process.witness = static_cast<unsigned int>(::getpid());
   process.killGrace = settings.killGrace;
   process.programs = {settings.programOutput, settings.programEnvironment, programLimits(settings)};
   process.keptDescriptors = descriptorsToKeep();
   ProcessWorld world = ProcessWorld::real();
   if (!settings.processEvents) world.listen = nullptr;
   world.pretend = [board](std::string& reason) { return board->pretend(reason); };
-  return std::make_shared<ProcessUtilities>(process, output.logger("vesk.process"),
+  return std::make_shared<ProcessUtilities>(process, output.repetitiveLogger("vesk.process"),
                                             std::move(world));
 }
 

@@ -30,6 +30,9 @@ class ProcessFinder {
   ///         half a table must not pass for the whole.
   int find(std::string const& name, Pids& pids, Pids& parentPids);
 
+  /// Of the last look at the table: 0, or the code for which it could not be read.
+  int lookResult() const { return fResult; }
+
   /// Takes note of a process that was started since the last look.
   void add(unsigned int pid) { fStarted.push_back(pid); }
 

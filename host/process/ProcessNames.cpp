@@ -32,6 +32,8 @@ int ProcessNames::look(Pids& changed) {
   changed.clear();
   // Until this look has come to its end, nothing is known.
   const bool wasWhole = std::exchange(fIsWhole, false);
+  const int confirmed = fTree.confirmTable();
+  if (confirmed != PResult::ok) return confirmed;
   try {
     const bool canFollow = takeEvents() && wasWhole && fLooksSinceScan < kLooksBetweenScans &&
                            fHappenedTo.size() <= fProcesses.size();

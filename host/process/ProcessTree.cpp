@@ -79,6 +79,11 @@ bool ProcessTree::isNobody(int res) {
   return res == PResult::notFound || res == -EACCES || res == -EPERM;
 }
 
+int ProcessTree::confirmTable() const {
+  if (fWitness == 0 || ::access(path(fWitness, "stat").c_str(), R_OK) == 0) return PResult::ok;
+  return -errno;
+}
+
 int ProcessTree::listPids(std::vector<unsigned int>& pids) const {
   return listNumbers(fRoot, pids);
 }

@@ -15,7 +15,13 @@
 /// kept between calls; any thread may call.
 class ProcessTree {
  public:
-  explicit ProcessTree(std::string root) : fRoot(std::move(root)) {}
+  /// @param witness a process that the table must show; 0 for none.
+  explicit ProcessTree(std::string root, unsigned int witness = 0)
+      : fRoot(std::move(root)), fWitness(witness) {}
+
+  /// Whether the table is there.
+  /// @return 0 or the negated errno for which its witness does not show.
+  int confirmTable() const;
 
   /// Whether a result says that there is no such process. One of another user may
   /// be hidden, which is as good as not there.
@@ -63,4 +69,5 @@ class ProcessTree {
   static int readStatFile(std::string const& path, ProcessStat& stat);
 
   std::string fRoot;
+  unsigned int fWitness;
 };

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "framework/PGuard.h"
 #include "framework/PResult.h"
 #include "host/process/CommandLine.h"
 #include "host/process/ProcessHandle.h"
@@ -32,7 +33,7 @@ ProcessUtilities::ProcessUtilities(ProcessSettings settings, std::shared_ptr<spd
     : fSettings(std::move(settings)),
       fLog(std::move(log)),
       fWorld(std::move(world)),
-      fTree(fSettings.procRoot),
+      fTree(fSettings.procRoot, fSettings.witness),
       fNameBudget(fSettings.keptDescriptors / 2),
       fStatBudget(fSettings.keptDescriptors - fSettings.keptDescriptors / 2),
       fNames(fTree, fNameBudget, fWorld.listen),
@@ -45,7 +46,22 @@ int ProcessUtilities::find(std::string const& name, std::vector<unsigned int>& p
   fFinds.fetch_add(1, std::memory_order_relaxed);
   const std::lock_guard lock(fMutex);
   fKilledSinceFind.clear();
-  return fFinder.find(name, pids, parentPids);
+  const int res = pGuarded([&] { return fFinder.find(name, pids, parentPids); });
+  noteLook(fFinder.lookResult());
+  return res;
+}
+
+/// Every entry fails by a table that cannot be read; it is said once.
+void ProcessUtilities::noteLook(int res) {
+  const bool isRead = res == PResult::ok;
+  if (std::exchange(fIsTableRead, isRead) == isRead) return;
+  if (!isRead) {
+    // A warning, since it is to be said of every time.
+    fLog->warn("the process table {} cannot be read: {}: nothing is judged by it",
+               fSettings.procRoot, std::strerror(-res));
+  } else {
+    fLog->warn("the process table {} can be read again", fSettings.procRoot);
+  }
 }
 
 int ProcessUtilities::getCPUUsage(unsigned int pid, unsigned int& percent) {

@@ -70,6 +70,7 @@ class ProcessUtilities : public IProcessUtilities {
   unsigned int finds() const { return fFinds.load(std::memory_order_relaxed); }
 
  private:
+  void noteLook(int res);
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
   bool isPretended(std::string& reason) const { return fWorld.pretend && fWorld.pretend(reason); }
   void logUnended(int res, unsigned int pid, ProcessStat const& stat) const;
@@ -95,5 +96,6 @@ class ProcessUtilities : public IProcessUtilities {
   KnownProcesses fKnown;
   ProcessFinder fFinder;
   std::vector<unsigned int> fKilledSinceFind;
+  bool fIsTableRead = true;  ///< as far as was said
   Reaper fReaper;
 };

@@ -122,7 +122,9 @@ void Reaper::awaitNextAct(std::unique_lock<std::mutex>& lock) {
   for (auto const& child : fChildren) add(child.descriptor.get());
   const int timeout = millisecondsToNextAct();
   lock.unlock();
-  ::poll(polled.data(), polled.size(), timeout);
+  // More than the limit of open files, which may be lowered at any time, is refused.
+  if (::poll(polled.data(), polled.size(), timeout) < 0)
+    std::this_thread::sleep_for(kRetryInterval);
   eventfd_t ignored = 0;
   ::eventfd_read(fWakeUp.get(), &ignored);
   lock.lock();
