@@ -91,11 +91,15 @@ ExitCode Host::run() {
   if (!fPlugins.open(fSetup.settings.plugins)) return ExitCode::pluginFailed;
   logFindings(fSetup.watchdog.findings, *fCheckLog);
   ExitCode code{};
+  bool isQuiet = false;
   {
     const Services services(fSetup.settings, fPlan.sources, fOutput);
     code = runPlugins(services);
+    isQuiet = services.endEvents();
   }
   if (code == ExitCode::stopped) fLog->info("stopped");
+  // A thread that is still in a plug-in would not survive the end of its library.
+  if (!isQuiet) ::_exit(static_cast<int>(code));
   return code;
 }
 

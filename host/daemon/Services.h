@@ -29,6 +29,10 @@ class Services {
   Services(Services const&) = delete;
   Services& operator=(Services const&) = delete;
 
+  /// Delivers the last events.
+  /// @return false when a listener does not return: no library may be unloaded.
+  bool endEvents() const { return fEvents->close(); }
+
   ConfigManager& configuration() const { return *fConfigManager; }
   ProcessUtilities const& utilities() const { return *fUtilities; }
 

@@ -24,9 +24,16 @@ EventDispatcher::~EventDispatcher() {
   }
 }
 
-void EventDispatcher::close() {
+bool EventDispatcher::close() {
   fQueue->stop();
-  if (fThread.joinable()) fThread.join();
+  if (!fThread.joinable()) return !fIsLeftBehind;
+  if (!fQueue->awaitEnd(kPatience)) {
+    fIsLeftBehind = true;
+    fThread.detach();
+    return false;
+  }
+  fThread.join();
+  return true;
 }
 
 int EventDispatcher::subscribe(PLiteral const& topic, IEventListener* listener) {

@@ -32,23 +32,41 @@ bool EventQueue::unsubscribe(PLiteral const& topic, IEventListener* listener) {
 
 bool EventQueue::post(PLiteral const& topic, IBase* source, int value) {
   Event event{topic, holdRef(source), value, 0};
-  const std::lock_guard lock(fMutex);
-  if (fStopped || fEvents.size() >= fCapacity) return false;
+  std::unique_lock lock(fMutex);
+  if (fStopped) return false;
+  if (fEvents.size() >= fCapacity) {
+    const bool isFirst = fLost++ == 0;
+    lock.unlock();
+    if (isFirst) fLog->warn("events are lost: {} wait for listeners already", fCapacity);
+    return false;
+  }
   event.number = fPosted;
   fEvents.push_back(std::move(event));
   ++fPosted;
-  fChanged.notify_one();
+  fChanged.notify_all();
   return true;
 }
 
 void EventQueue::run() {
   while (true) {
     try {
-      if (!deliverNext()) return;
+      if (!deliverNext()) break;
     } catch (std::exception const& error) {
       fLog->error("an event is lost: {}", error.what());
     }
   }
+  const std::lock_guard lock(fMutex);
+  fIsOver = true;
+  fChanged.notify_all();
+}
+
+bool EventQueue::awaitEnd(std::chrono::milliseconds time) {
+  std::unique_lock lock(fMutex);
+  if (fChanged.wait_for(lock, time, [this] { return fIsOver; })) return true;
+  const std::size_t waiting = fEvents.size();
+  lock.unlock();
+  fLog->error("a listener has not returned: {} events are not delivered", waiting);
+  return false;
 }
 
 bool EventQueue::deliverNext() {
@@ -63,13 +81,24 @@ bool EventQueue::deliverNext() {
     listeners = listenersOf(event);
   }
   for (auto const& listener : listeners) deliver(*listener, event);
+  noteLoss();
   return true;
+}
+
+/// Says how much was lost, once the listeners have caught up.
+void EventQueue::noteLoss() {
+  std::uint64_t lost = 0;
+  {
+    const std::lock_guard lock(fMutex);
+    if (fEvents.empty()) lost = std::exchange(fLost, 0);
+  }
+  if (lost > 0) fLog->warn("{} events were lost: the listeners have caught up", lost);
 }
 
 void EventQueue::stop() {
   const std::lock_guard lock(fMutex);
   fStopped = true;
-  fChanged.notify_one();
+  fChanged.notify_all();
 }
 
 std::vector<std::shared_ptr<IEventListener>> EventQueue::listenersOf(Event const& event) const {

@@ -2,6 +2,7 @@
 
 #include <spdlog/logger.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -25,13 +26,17 @@ class EventQueue {
   /// Ends one subscription. @return false when there is none.
   bool unsubscribe(PLiteral const& topic, IEventListener* listener);
 
-  /// @return false when the queue is full, or stopped.
+  /// @return false when the queue is full, which is logged once until it was empty
+  ///         again, or stopped.
   bool post(PLiteral const& topic, IBase* source, int value);
 
   /// Delivers events until `stop` is called and nothing is left to deliver.
   void run();
 
   void stop();
+
+  /// Waits for `run` to return. @return false when it has not within that time.
+  bool awaitEnd(std::chrono::milliseconds time);
 
  private:
   struct Subscription {
@@ -49,6 +54,7 @@ class EventQueue {
 
   /// Waits for an event. @return false when there will be no more.
   bool deliverNext();
+  void noteLoss();
   std::vector<std::shared_ptr<IEventListener>> listenersOf(Event const& event) const;
   void deliver(IEventListener& listener, Event const& event) const;
 
@@ -59,5 +65,7 @@ class EventQueue {
   std::vector<Subscription> fSubscriptions;
   std::deque<Event> fEvents;
   std::uint64_t fPosted = 0;
+  std::uint64_t fLost = 0;  ///< since the queue was last empty
   bool fStopped = false;
+  bool fIsOver = false;
 };
