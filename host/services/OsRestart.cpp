@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "framework/PGuard.h"
@@ -193,7 +195,22 @@ int OsRestart::restartKernel() const {
   return res;
 }
 
+int restartMachine(std::function<void()> const& writeDisks, std::function<int()> const& reboot,
+                   std::chrono::milliseconds patience) {
+  // What it holds outlives this call if the disks do not answer.
+  std::packaged_task<void()> task(writeDisks);
+  const auto written = task.get_future();
+  try {
+    std::thread(std::move(task)).detach();
+    written.wait_for(patience);
+  } catch (std::system_error const&) {
+    writeDisks();
+  }
+  return reboot();
+}
+
 int restartThisMachine() {
-  ::sync();
-  return ::reboot(RB_AUTOBOOT) == 0 ? PResult::ok : -errno;
+  return restartMachine([] { ::sync(); },
+                        [] { return ::reboot(RB_AUTOBOOT) == 0 ? PResult::ok : -errno; },
+                        RestartJournal::kStoreTime);
 }

@@ -134,6 +134,12 @@ class OsRestart : public RefCounted<IOSRestart> {
 };
 
 /// Writes what is in memory to the disks and restarts the machine at once,
-/// without ending its programs.
+/// without ending its programs. A disk that hangs is not waited for longer than the
+/// record of the restart was: the restart may be its cure.
 /// @return a negated errno; there is no return from success.
 int restartThisMachine();
+
+/// The same with other means, and another patience for the disks.
+/// @param reboot what restarts. @return its result.
+int restartMachine(std::function<void()> const& writeDisks, std::function<int()> const& reboot,
+                   std::chrono::milliseconds patience);
