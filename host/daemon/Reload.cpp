@@ -71,14 +71,23 @@ Reload::Reload(DaemonSetup const& setup, WatchPlan plan, Parts parts)
       fParts(parts) {}
 
 ApiResult Reload::run() {
-  fParts.notifier.reloading();
+  tell([&] { fParts.notifier.reloading(); });
   ApiResult result = tryRun();
   if (auto* error = std::get_if<ApiError>(&result); error != nullptr && fIsLost) {
     error->code = ApiError::Code::internal;
   }
-  finish(result);
-  if (!fIsLost) fParts.notifier.reloaded();
+  tell([&] { finish(result); });
+  if (!fIsLost) tell([&] { fParts.notifier.reloaded(); });
   return result;
+}
+
+/// What cannot be told, for want of memory, is done all the same.
+void Reload::tell(std::function<void()> const& telling) const {
+  try {
+    telling();
+  } catch (std::exception const& error) {
+    fParts.log.error("cannot tell how a reload went: {}", error.what());
+  }
 }
 
 ApiResult Reload::tryRun() {

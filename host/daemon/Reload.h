@@ -2,6 +2,7 @@
 
 #include <spdlog/logger.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,6 +51,7 @@ class Reload {
 
  private:
   ApiResult tryRun();
+  void tell(std::function<void()> const& telling) const;
   ApiResult read();
   ApiResult apply(CheckedFile checked);
   bool restart(WatchPlan const& plan, std::string& cause);

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 Ticker::Ticker(std::chrono::microseconds interval, std::function<void()> work)
@@ -28,7 +29,11 @@ void Ticker::run(std::chrono::microseconds interval) {
   std::unique_lock lock(fMutex);
   while (!fEnded.wait_for(lock, interval, [this] { return fIsOver; })) {
     lock.unlock();
-    fWork();
+    try {
+      fWork();
+    } catch (std::exception const&) {
+      // No memory for it this time.
+    }
     lock.lock();
   }
 }

@@ -11,6 +11,7 @@
 class Ticker {
  public:
   /// @param interval before the first time and after each; zero: never.
+  /// @param work what it throws ends that one time.
   Ticker(std::chrono::microseconds interval, std::function<void()> work);
   ~Ticker();
   Ticker(Ticker const&) = delete;
