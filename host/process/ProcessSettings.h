@@ -11,10 +11,6 @@ struct ProcessSettings {
   /// Where the process table is mounted.
   std::string procRoot = "/proc";
 
-  /// A process that is certainly in the table: what does not show it is no process
-  /// table, whatever is mounted there. 0: any folder is believed.
-  unsigned int witness = 0;
-
   /// How long a process may take to end after SIGTERM before it gets SIGKILL.
   std::chrono::milliseconds killGrace{3000};
 
@@ -24,4 +20,8 @@ struct ProcessSettings {
 
   /// What started programs are given.
   ProgramSettings programs{};
+
+  /// A process that is certainly in the table: what does not show it is no process
+  /// table, whatever is mounted there. 0: any folder is believed.
+  unsigned int witness = 0;
 };
