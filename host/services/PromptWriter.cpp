@@ -35,7 +35,9 @@ PromptWriter::PromptWriter(UniqueFd own, int descriptor, Kind kind)
     : fOwn(std::move(own)), fDescriptor(descriptor), fKind(kind) {}
 
 PromptWriter::PromptWriter(UniqueFd own)
-    : fOwn(std::move(own)), fDescriptor(fOwn.get()), fKind(Kind::own) {}
+    : fOwn(std::move(own)), fDescriptor(fOwn.get()), fKind(Kind::own) {
+  ::fcntl(fDescriptor, F_SETFL, ::fcntl(fDescriptor, F_GETFL) | O_NONBLOCK);
+}
 
 int PromptWriter::write(std::string_view text) {
   const auto now = Clock::now();

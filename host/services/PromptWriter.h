@@ -21,7 +21,7 @@ class PromptWriter {
   /// have to be made non-blocking it is opened anew.
   static PromptWriter standardError();
 
-  /// @param own opened with O_NONBLOCK.
+  /// @param own opened by this process; is made non-blocking.
   explicit PromptWriter(UniqueFd own);
 
   /// @return 0 once all is taken, or the negated errno for which the rest is not.
