@@ -38,13 +38,13 @@ finding() {
   exit 1
 }
 
-# expect WHAT COMMAND...: the command succeeds within ten seconds, while veskd lives.
+# expect WHAT COMMAND...: the command succeeds within twenty seconds, while veskd lives.
 expect() {
-  local what=$1 tries=200
+  local what=$1 tries=400
   shift
   until "$@"; do
     kill -0 "$host" 2>/dev/null || finding "veskd has ended; expected: $what"
-    [ $((tries -= 1)) -gt 0 ] || finding "not within ten seconds: $what"
+    [ $((tries -= 1)) -gt 0 ] || finding "not within twenty seconds: $what"
     sleep 0.05
   done
 }

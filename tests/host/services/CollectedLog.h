@@ -13,10 +13,11 @@
 class CollectedLog {
  public:
   explicit CollectedLog(spdlog::level::level_enum level = spdlog::level::debug)
-      : fOutput(std::make_shared<LogOutput>(
-            std::make_shared<spdlog::sinks::ostream_sink_mt>(fStream), level)) {}
+      : fSink(std::make_shared<spdlog::sinks::ostream_sink_mt>(fStream)),
+        fOutput(std::make_shared<LogOutput>(fSink, level)) {}
 
   std::shared_ptr<LogOutput> const& output() const { return fOutput; }
+  spdlog::sink_ptr sink() const { return fSink; }
   std::shared_ptr<spdlog::logger> logger() const { return fOutput->logger("test"); }
   std::string text() const { return fStream.str(); }
 
@@ -32,5 +33,6 @@ class CollectedLog {
 
  private:
   std::ostringstream fStream;
+  spdlog::sink_ptr fSink;
   std::shared_ptr<LogOutput> fOutput;
 };

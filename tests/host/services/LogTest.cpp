@@ -1,13 +1,20 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
 
 #include "host/HoldRef.h"
+#include "host/process/UniqueFd.h"
 #include "host/services/LogFormat.h"
 #include "host/services/LogLevels.h"
 #include "host/services/Logger.h"
+#include "host/services/RepeatSink.h"
 #include "tests/host/services/CollectedLog.h"
 
 namespace {
@@ -86,6 +93,61 @@ TEST(Log, ALoggerNeverLetsMoreThroughThanTheHost) {
     for (std::string const& line : log.lines()) passed += line.back();
     EXPECT_EQ(passed, each.passed) << each.host << each.own;
   }
+}
+
+/// What the descriptor has to read by now.
+std::string readAll(int descriptor) {
+  std::string text;
+  std::array<char, 65536> buffer{};
+  pollfd polled{descriptor, POLLIN, 0};
+  while (::poll(&polled, 1, 0) > 0) {
+    const ssize_t size = ::read(descriptor, buffer.data(), buffer.size());
+    if (size <= 0) break;
+    text.append(buffer.data(), static_cast<std::size_t>(size));
+  }
+  return text;
+}
+
+TEST(Log, AReaderThatIsStuckHoldsNobodyUpAndLearnsHowMuchItMissed) {
+  constexpr long kLines = 20'000;
+  int ends[2];
+  for (const bool isSocket : {false, true}) {
+    ASSERT_EQ(isSocket ? ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : ::pipe(ends), 0);
+    const UniqueFd reader(ends[0]), writer(ends[1]), former(::dup(STDERR_FILENO));
+    ::dup2(writer.get(), STDERR_FILENO);
+    std::string cause;
+    const auto log = LogOutput::open({}, cause)->logger("x");
+    for (long i = 0; i < kLines; ++i) log->info(std::string(100, 'x'));
+    std::string text = readAll(reader.get());
+    log->info("again");
+    text += readAll(reader.get());
+    ::dup2(former.get(), STDERR_FILENO);
+    const std::size_t at = text.find("warning vesk.log: ");
+    ASSERT_NE(at, std::string::npos) << isSocket;
+    EXPECT_THAT(text.substr(at),
+                testing::MatchesRegex("warning vesk.log: [0-9]+ lines lost: nobody reads them\n"
+                                      "[^\n]* info x: again\n"));
+    const long whole = std::count(text.begin(), text.end(), '\n') - 2;
+    const long torn = text.substr(0, at).ends_with("xxx") ? 1 : 0;
+    EXPECT_EQ(whole - torn + std::atol(text.c_str() + at + 18), kLines) << isSocket;
+    EXPECT_EQ(::fcntl(writer.get(), F_GETFL) & O_NONBLOCK, 0) << "it is shared";
+  }
+}
+
+TEST(Log, AnErrorThatComesAtEveryPassIsWrittenOnceThenNowAndThen) {
+  using namespace std::chrono_literals;
+  CollectedLog log;
+  RepeatSink::Time now{1h};
+  const auto sink = std::make_shared<RepeatSink>(log.sink(), [&now] { return now; });
+  spdlog::logger logger("x", sink);
+  for (int pass = 0; pass <= 600; ++pass, now += 1s) logger.error("a"), logger.info("i");
+  logger.error("b");
+  now += 6s;  // a recovery, and a new loss
+  logger.error("a");
+  auto lines = log.lines();
+  std::erase(lines, "info x: i");
+  EXPECT_THAT(lines, testing::ElementsAre("error x: a", "error x: a (600 times more in 10 minutes)",
+                                          "error x: b", "error x: a"));
 }
 
 }  // namespace

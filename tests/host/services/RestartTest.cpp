@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <future>
 
 #include "framework/PResult.h"
 #include "host/HoldRef.h"
@@ -204,6 +205,15 @@ TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
     // The next boot knows of it where that could be written.
     EXPECT_EQ(machine.start("next")->state().past.size(), content == "none" ? 0U : 1U);
   }
+}
+
+TEST(Restart, OfTheKernelDoesNotWaitForADiskThatHangs) {
+  auto answer = std::make_shared<std::promise<void>>();
+  const auto hang = [answer] { answer->get_future().wait(); };
+  EXPECT_EQ(restartMachine(
+                hang, [] { return -EPERM; }, std::chrono::milliseconds(20)),
+            -EPERM);
+  answer->set_value();
 }
 
 }  // namespace
