@@ -138,6 +138,12 @@ void checkExecutable(KeyTable& program, GlobalSwitches const& globals) {
                                     program.fullKey("executable"), *executable, obstacle));
     return;
   }
+  if (const std::string distrust = started.distrust(); !distrust.empty()) {
+    program.warnAtValue("executable",
+                        fmt::format("`{}' is \"{}\": {}: whoever can change it decides what the "
+                                    "host starts",
+                                    program.fullKey("executable"), *executable, distrust));
+  }
   std::string const& name = *program.text("name");
   std::string const* arguments = program.text("arguments");
   const bool isStarted = isRespawned(program, globals) || isRestarted(program);

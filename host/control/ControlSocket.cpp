@@ -14,6 +14,8 @@
 #include <thread>
 #include <utility>
 
+#include "host/trust/TrustedPath.h"
+
 namespace {
 
 constexpr mode_t kMode = 0660;
@@ -160,6 +162,7 @@ std::unique_ptr<ControlSocket> ControlSocket::open(ControlSettings const& settin
   if (path.size() > kLongestSocketPath) {
     return fail(fmt::format("the path is longer than {} bytes", kLongestSocketPath));
   }
+  if (const std::string distrust = distrustOfFolder(path); !distrust.empty()) return fail(distrust);
   StartLock lock(path);
   if (const auto why = lock.take()) return fail(*why);
   if (const auto why = clear(path)) return fail(*why);

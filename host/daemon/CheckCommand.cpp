@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
@@ -14,6 +15,7 @@
 #include "host/check/WatchdogKeys.h"
 #include "host/daemon/WatchdogFile.h"
 #include "host/services/LogFormat.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -61,11 +63,38 @@ void checkPlugins(std::string const& path, ConfigEntries const& host, HostSettin
   // The settings hold all before the first that is wrong.
   for (std::size_t i = 0; i < std::min(places.size(), settings.plugins.size()); ++i) {
     std::string const& plugin = settings.plugins[i];
-    if (::access(plugin.c_str(), R_OK) == 0) continue;
-    findings.push_back({path, places[i], Severity::error,
-                        fmt::format("`host.plugins' contains \"{}\": {}: the host does not start",
-                                    plugin, std::generic_category().message(errno)),
-                        ""});
+    const bool isThere = ::access(plugin.c_str(), R_OK) == 0;
+    const std::string cause = isThere ? distrustOf(plugin) : std::generic_category().message(errno);
+    if (cause.empty()) continue;
+    findings.push_back(
+        {path, places[i], Severity::error,
+         fmt::format("`host.plugins' contains \"{}\": {}: the host does not start", plugin, cause),
+         ""});
+  }
+}
+
+/// Where the host writes to, and what others must not be able to turn against it.
+struct OutputRow {
+  const char* key;
+  std::string path;
+  std::string (*distrust)(std::string const& path);
+};
+
+void checkOutputs(std::string const& path, ConfigEntries const& host, HostSettings const& settings,
+                  Findings& findings) {
+  const std::array<OutputRow, 4> rows = {{
+      {"log_file", settings.log.file, distrustOfOutput},
+      {"program_output", settings.programOutput, distrustOfOutput},
+      {"state_dir", settings.stateDir, distrustOf},
+      {"control_socket", settings.control.socket, distrustOfFolder},
+  }};
+  for (auto const& [key, output, distrustOfRow] : rows) {
+    const std::string distrust = output.empty() ? "" : distrustOfRow(output);
+    if (distrust.empty()) continue;
+    findings.push_back(
+        {path, entryOf(host, key)->value.position, Severity::error,
+         fmt::format("`host.{}' is \"{}\": {}: the host does not start", key, output, distrust),
+         ""});
   }
 }
 
@@ -94,6 +123,7 @@ CheckedFile checkTables(TomlFile file, std::vector<std::string> const& morePlugi
   reading.settings.plugins.insert(reading.settings.plugins.end(), morePlugins.begin(),
                                   morePlugins.end());
   checkControlSocket(file.path, host, reading.settings, findings);
+  checkOutputs(file.path, host, reading.settings, findings);
   ConfigEntry const* configDir = entryOf(host, "config_dir");
   CheckedWatchdog watchdog = checkWatchdog(
       file, reading.settings, configDir != nullptr ? configDir->value.position : FilePosition{});

@@ -17,6 +17,7 @@
 #include "host/daemon/Ticker.h"
 #include "host/entries/Roster.h"
 #include "host/metrics/Metrics.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -87,6 +88,17 @@ Host::Host(DaemonSetup setup, std::shared_ptr<LogOutput> output, HostSignals con
 ExitCode Host::run() {
   if (::geteuid() != 0) {
     fLog->warn("not root: processes of other users can be watched but not ended");
+    // The first process is root's, and always there.
+    if (::access("/proc/1/stat", R_OK) != 0) {
+      fLog->warn(
+          "processes of other users are hidden (/proc is mounted with hidepid): they are not "
+          "watched, and a program of which only they run instances counts as missing");
+    }
+  }
+  if (const std::string users = ownersOfThisProgram(); !users.empty()) {
+    fLog->warn(
+        "this program, or a folder on its way, belongs to user {}: what is theirs is trusted",
+        users);
   }
   if (!fPlugins.open(fSetup.settings.plugins)) return ExitCode::pluginFailed;
   logFindings(fSetup.watchdog.findings, *fCheckLog);

@@ -22,10 +22,10 @@ struct ExitCodeMeaning {
 inline constexpr std::array<ExitCodeMeaning, 7> kExitCodes = {{
     {ExitCode::stopped, "stopped by request (SIGTERM or SIGINT); --check: no error"},
     {ExitCode::badCommandLine, "wrong command line"},
-    {ExitCode::noConfiguration, "configuration file missing or unreadable"},
+    {ExitCode::noConfiguration, "configuration file missing, unreadable or not trusted"},
     {ExitCode::pluginFailed, "a plug-in cannot be loaded, started or reloaded, or none is given"},
     {ExitCode::systemFailed, "the operating system refused something"},
     {ExitCode::noOutput,
-     "log file, program output, control socket or metrics address cannot be opened"},
+     "log file, program output, state folder, control socket or metrics address cannot be opened"},
     {ExitCode::badConfiguration, "wrong content of the configuration file; --check: an error"},
 }};

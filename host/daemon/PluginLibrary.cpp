@@ -8,6 +8,7 @@
 #include "framework/PGuard.h"
 #include "framework/PString.h"
 #include "host/libvesk/Runtime.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -22,6 +23,11 @@ std::string loaderMessage() {
 }  // namespace
 
 std::unique_ptr<PluginLibrary> PluginLibrary::open(std::string const& path, std::string& cause) {
+  // Always a path, so the loader looks for it nowhere else.
+  if (const std::string distrust = distrustOf(path); !distrust.empty()) {
+    cause = path + ": " + distrust;
+    return nullptr;
+  }
   void* const handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (handle == nullptr) {
     cause = loaderMessage();

@@ -10,7 +10,9 @@
 /// One plug-in library: opened, then started, then ended. Belongs to one thread.
 class PluginLibrary {
  public:
-  /// Loads the library and makes its plug-in object.
+  /// Loads the library, if it is trusted (host/trust/TrustedPath.h), and makes its plug-in
+  /// object.
+  /// @param path absolute.
   /// @return null, with the reason in `cause`, when it is no plug-in.
   static std::unique_ptr<PluginLibrary> open(std::string const& path, std::string& cause);
 

@@ -2,11 +2,10 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "host/daemon/CheckCommand.h"
-#include "host/services/AppendableFile.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -61,11 +60,17 @@ std::variant<std::shared_ptr<LogOutput>, Failure> openOutputs(HostSettings const
                    {"cannot open the log file " + settings.log.file + ": " + cause}};
   }
   if (!settings.programOutput.empty()) {
-    if (const int res = ensureAppendable(settings.programOutput); res != 0) {
-      return Failure{ExitCode::noOutput,
-                     {"cannot open the program output " + settings.programOutput + ": " +
-                      std::generic_category().message(-res)}};
+    const auto opened = openTrustedOutput(settings.programOutput);
+    if (auto const* reason = std::get_if<Distrust>(&opened); reason != nullptr) {
+      return Failure{
+          ExitCode::noOutput,
+          {"cannot open the program output " + settings.programOutput + ": " + reason->text}};
     }
+  }
+  if (settings.stateDir.empty()) return output;
+  if (const std::string distrust = distrustOf(settings.stateDir); !distrust.empty()) {
+    return Failure{ExitCode::noOutput,
+                   {"cannot use the state folder " + settings.stateDir + ": " + distrust}};
   }
   return output;
 }

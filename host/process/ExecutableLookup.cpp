@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <string_view>
 
+#include "host/trust/TrustedPath.h"
+
 std::string resolveExecutable(std::string const& executable) {
   if (executable.find('/') != std::string::npos) return executable;
   const char* path = std::getenv("PATH");
@@ -15,8 +17,9 @@ std::string resolveExecutable(std::string const& executable) {
     const auto length = std::min(rest.find(':'), rest.size());
     std::string candidate = std::string(rest.substr(0, length)) + "/" + executable;
     std::error_code ignored;
-    if (length > 0 && std::filesystem::is_regular_file(candidate, ignored) &&
-        ::access(candidate.c_str(), X_OK) == 0) {
+    if (candidate.front() == '/' && length > 0 &&
+        std::filesystem::is_regular_file(candidate, ignored) &&
+        ::access(candidate.c_str(), X_OK) == 0 && distrustOf(candidate).empty()) {
       return candidate;
     }
     rest.remove_prefix(std::min(length + 1, rest.size()));

@@ -5,13 +5,13 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 
 #include "host/process/ExecutableLookup.h"
 #include "host/process/ISpawner.h"
 #include "host/process/ProgramLimits.h"
 #include "host/process/ProgramStart.h"
 #include "host/process/UniqueFd.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -21,10 +21,7 @@ UniqueFd moveUp(UniqueFd fd) {
   return fd ? UniqueFd(::fcntl(fd.get(), F_DUPFD_CLOEXEC, kFirstFreeFd)) : std::move(fd);
 }
 
-UniqueFd openUp(const char* path, int flags) {
-  constexpr mode_t kMode = 0640;
-  return moveUp(UniqueFd(::open(path, flags | O_CLOEXEC, kMode)));
-}
+UniqueFd openNull() { return moveUp(UniqueFd(::open("/dev/null", O_RDWR | O_CLOEXEC))); }
 
 /// The texts as `execve` takes them, which changes none.
 std::vector<char*> pointersTo(std::vector<std::string> const& texts) {
@@ -82,7 +79,7 @@ class ForkSpawner : public ISpawner {
   SpawnOutcome spawn(SpawnRequest const& request) override {
     ProgramSettings const& settings = request.settings;
     SpawnOutcome outcome;
-    UniqueFd null = openUp("/dev/null", O_RDWR);
+    UniqueFd null = openNull();
     UniqueFd output = openOutput(settings.output, outcome.cause);
     std::array<int, 2> ends{-1, -1};
     if (!null || ::pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -116,11 +113,12 @@ class ForkSpawner : public ISpawner {
   /// A program is worth more than its output: without the file it runs silent.
   static UniqueFd openOutput(std::string const& path, std::string& cause) {
     if (path.empty()) return {};
-    // Not to wait for the reader of a pipe; the program itself may.
-    UniqueFd output = openUp(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK);
-    if (output) ::fcntl(output.get(), F_SETFL, O_APPEND);
-    if (!output) cause = "its output is lost, " + path + ": " + std::strerror(errno);
-    return output;
+    auto opened = openTrustedOutput(path);
+    if (auto const* reason = std::get_if<Distrust>(&opened); reason != nullptr) {
+      cause = "its output is lost, " + path + ": " + reason->text;
+      return {};
+    }
+    return moveUp(std::get<UniqueFd>(std::move(opened)));
   }
 };
 

@@ -11,6 +11,7 @@
 
 #include "host/process/CommandLine.h"
 #include "host/process/ExecutableLookup.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -29,7 +30,8 @@ StartObstacle StartableProgram::obstacle() const {
   std::error_code error;
   const auto status = std::filesystem::status(fFile, error);
   const bool isBare = fExecutable.find('/') == std::string::npos;
-  if (isBare && !std::filesystem::exists(status)) return {ENOENT, "not found in PATH"};
+  if (isBare && !std::filesystem::exists(status))
+    return {ENOENT, "not found in PATH (relative and untrusted folders are not searched)"};
   if (!std::filesystem::exists(status)) return {error ? error.value() : ENOENT, error.message()};
   if (std::filesystem::is_directory(status)) {
     return {EACCES, std::generic_category().message(EISDIR)};
@@ -39,6 +41,8 @@ StartObstacle StartableProgram::obstacle() const {
   const int cause = errno;
   return {cause, std::generic_category().message(cause)};
 }
+
+std::string StartableProgram::distrust() const { return distrustOf(fFile); }
 
 std::string StartableProgram::keptName() const { return baseName(fFile).substr(0, kKeptLength); }
 

@@ -18,6 +18,10 @@ class StartableProgram {
   /// Why it cannot be executed.
   StartObstacle obstacle() const;
 
+  /// Why others than those that this process trusts could put something else in its
+  /// place; empty if they cannot.
+  std::string distrust() const;
+
   /// The name that the kernel keeps of it: a script's is its own, not that of its
   /// interpreter.
   std::string keptName() const;

@@ -1,12 +1,11 @@
 #include "host/services/LogOutput.h"
 
-#include <system_error>
 #include <utility>
 
-#include "host/services/AppendableFile.h"
 #include "host/services/LineSink.h"
 #include "host/services/LogFormat.h"
 #include "host/services/RepeatSink.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -23,12 +22,12 @@ LineSink::Complaint complaintAbout(std::string const& file, bool isJournalOnStde
 
 std::shared_ptr<LineSink> openSink(LogSettings const& settings, std::string& cause) {
   if (settings.file.empty()) return std::make_shared<LineSink>(PromptWriter::standardError());
-  UniqueFd file;
-  if (const int res = openAppendable(settings.file, file); res != 0) {
-    cause = std::generic_category().message(-res);
+  auto opened = openTrustedOutput(settings.file);
+  if (auto* reason = std::get_if<Distrust>(&opened); reason != nullptr) {
+    cause = std::move(reason->text);
     return nullptr;
   }
-  return std::make_shared<LineSink>(PromptWriter(std::move(file)),
+  return std::make_shared<LineSink>(PromptWriter(std::get<UniqueFd>(std::move(opened))),
                                     complaintAbout(settings.file, settings.isJournalOnStderr));
 }
 

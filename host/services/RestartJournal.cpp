@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "framework/PResult.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -84,9 +85,12 @@ std::string format(std::vector<PastRestart> const& past) {
   return text;
 }
 
-int openFolder(std::string const& path, UniqueFd& folder) {
-  folder = UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return folder ? PResult::ok : -errno;
+/// @return why the folder is not to be had.
+std::optional<Distrust> openFolder(std::string const& path, UniqueFd& folder) {
+  auto opened = openTrusted(path, O_RDONLY | O_DIRECTORY);
+  if (auto* reason = std::get_if<Distrust>(&opened); reason != nullptr) return std::move(*reason);
+  folder = std::get<UniqueFd>(std::move(opened));
+  return std::nullopt;
 }
 
 /// @return why the file cannot be believed, or null.
@@ -132,9 +136,8 @@ int writeNewFile(int folder, std::string_view text) {
 
 int replaceFile(std::string const& path, std::string_view text) {
   UniqueFd folder;
-  int res = openFolder(path, folder);
-  if (res != PResult::ok) return res;
-  res = writeNewFile(folder.get(), text);
+  if (const auto reason = openFolder(path, folder)) return reason->error;
+  int res = writeNewFile(folder.get(), text);
   if (res == PResult::ok && ::renameat(folder.get(), kNewName, folder.get(), kName) != 0) {
     res = -errno;
   }
@@ -154,8 +157,7 @@ std::string RestartJournal::path() const { return fFolder + "/" + kName; }
 
 RestartJournal::Content RestartJournal::load() const {
   UniqueFd folder;
-  int res = openFolder(fFolder, folder);
-  if (res != PResult::ok) return unknown(errnoText(-res));
+  if (const auto reason = openFolder(fFolder, folder)) return unknown(reason->text);
   const UniqueFd file(
       ::openat(folder.get(), kName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!file && errno == ENOENT) return {};
@@ -166,7 +168,7 @@ RestartJournal::Content RestartJournal::load() const {
   if (::fstat(file.get(), &status) != 0) return unknown(errnoText(errno));
   if (const char* complaint = complaintAbout(status)) return setAside(folder, complaint);
   std::string text;
-  res = readAll(file.get(), text);
+  const int res = readAll(file.get(), text);
   if (res != PResult::ok) return unknown(errnoText(-res));
   auto past = parse(text);
   return past ? Content{std::move(*past), true} : setAside(folder, "corrupt");

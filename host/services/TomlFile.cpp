@@ -1,17 +1,19 @@
 #include "host/services/TomlFile.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <toml++/toml.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <memory>
+#include <optional>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "host/services/TomlNesting.h"
+#include "host/trust/TrustedPath.h"
 
 namespace {
 
@@ -21,17 +23,21 @@ constexpr std::size_t kLargestFile = std::size_t{1} << 20U;
 /// Of all full keys together: a long one of a table is part of every key in it.
 constexpr std::size_t kMostKeyBytes = 16 * kLargestFile;
 
-/// @return 0 or a negated errno.
-int readWhole(std::string const& path, std::string& content) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rbe"),
-                                                             &std::fclose);
-  if (file == nullptr) return -errno;
+Distrust failure(int error) { return {-error, std::generic_category().message(error)}; }
+
+/// @return why the file cannot be read.
+std::optional<Distrust> readWhole(std::string const& path, std::string& content) {
+  auto opened = openTrusted(path, O_RDONLY | O_NOCTTY);
+  if (auto* reason = std::get_if<Distrust>(&opened); reason != nullptr) return std::move(*reason);
+  const int file = std::get<UniqueFd>(opened).get();
   std::array<char, 65536> chunk{};
-  while (const std::size_t count = std::fread(chunk.data(), 1, chunk.size(), file.get())) {
-    content.append(chunk.data(), count);
-    if (content.size() > kLargestFile) return -EFBIG;
+  while (true) {
+    const ssize_t count = ::read(file, chunk.data(), chunk.size());
+    if (count == 0) return std::nullopt;
+    if (count < 0 && errno != EINTR) return failure(errno);
+    if (count > 0) content.append(chunk.data(), static_cast<std::size_t>(count));
+    if (content.size() > kLargestFile) return failure(EFBIG);
   }
-  return std::ferror(file.get()) != 0 ? -errno : 0;
 }
 
 FilePosition positionOf(toml::source_region const& region) {
@@ -121,9 +127,8 @@ ConfigEntries TomlFile::takeTable(std::string const& name) {
 
 std::variant<TomlFile, TomlFailure> readTomlFile(std::string const& path) {
   std::string content;
-  if (const int res = readWhole(path, content); res != 0) {
-    const std::string cause = std::generic_category().message(-res);
-    return TomlFailure{res, path + ": " + cause, {}, cause};
+  if (const auto reason = readWhole(path, content)) {
+    return TomlFailure{reason->error, path + ": " + reason->text, {}, reason->text};
   }
   if (const auto place = tooDeepPlace(content)) {
     return failureAt(path, *place,

@@ -53,7 +53,7 @@ TEST_F(Check, HasNothingToSayAboutWhatIsRight) {
   const std::string demo = " --check -c " EXAMPLES "/demo.toml";
   const std::string copies =
       "mkdir bin && for n in server spinner crowd; do "
-      "cp run-it.sh bin/demo-$n; done && PATH=bin:$PATH ";
+      "cp run-it.sh bin/demo-$n; done && PATH=$PWD/bin:$PATH ";
   EXPECT_EQ(run(copies + VESKD + demo), "");
   EXPECT_EQ(fStatus, 0);
   // A name longer than what the kernel keeps: of the file, or of what a link leads to.
