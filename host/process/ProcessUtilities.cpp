@@ -1,5 +1,6 @@
 #include "host/process/ProcessUtilities.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,6 +47,7 @@ int ProcessUtilities::find(std::string const& name, std::vector<unsigned int>& p
   fFinds.fetch_add(1, std::memory_order_relaxed);
   const std::lock_guard lock(fMutex);
   fKilledSinceFind.clear();
+  fRefusedSinceFind = 0;
   const int res = pGuarded([&] { return fFinder.find(name, pids, parentPids); });
   noteLook(fFinder.lookResult());
   return res;
@@ -113,7 +115,7 @@ int ProcessUtilities::kill(unsigned int pid) {
   int res = pid == 0 ? PResult::ok : hold(pid, process, stat);
   if (res != PResult::ok) return res;
   if (isUntouchable(pid, stat)) {
-    fLog->error("process {} ({}) is never signalled", pid, stat.comm);
+    noteUnended(pid, fmt::format("process {} ({}) is never signalled", pid, stat.comm));
     return -EPERM;
   }
   if (std::string reason; isPretended(reason)) return pretendToEnd(process, stat, reason);
@@ -128,13 +130,31 @@ int ProcessUtilities::kill(unsigned int pid) {
   return res;
 }
 
-void ProcessUtilities::logUnended(int res, unsigned int pid, ProcessStat const& stat) const {
+void ProcessUtilities::logUnended(int res, unsigned int pid, ProcessStat const& stat) {
   if (res == PResult::ok || res == PResult::notFound) return;
-  fLog->error("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res));
+  noteUnended(
+      pid, fmt::format("process {} ({}) cannot be ended: {}", pid, stat.comm, std::strerror(-res)));
+}
+
+void ProcessUtilities::noteUnended(unsigned int pid, std::string const& what) {
+  logOnce(what);
+  const std::lock_guard lock(fMutex);
+  fRefusedSinceFind = pid;
+}
+
+/// What is tried again at every sample is not said again at every sample.
+void ProcessUtilities::logOnce(std::string const& what) {
+  constexpr std::size_t kMostSaid = 1024;
+  {
+    const std::lock_guard lock(fMutex);
+    if (fSaid.size() >= kMostSaid) fSaid.clear();
+    if (!fSaid.insert(what).second) return;
+  }
+  fLog->error("{}", what);
 }
 
 int ProcessUtilities::pretendToEnd(ProcessHandle const& process, ProcessStat const& stat,
-                                   std::string const& reason) const {
+                                   std::string const& reason) {
   constexpr int kNoSignal = 0;  // whether it may be signalled, and nothing else
   const int res = process.send(kNoSignal);
   logUnended(res, process.pid(), stat);
@@ -146,6 +166,11 @@ int ProcessUtilities::pretendToEnd(ProcessHandle const& process, ProcessStat con
 
 int ProcessUtilities::start(std::string const& executable, std::string const& arguments,
                             std::string const& workingDir, unsigned int& pid) {
+  if (const unsigned int refused = takeRefused(); refused != 0) {
+    logOnce(
+        fmt::format("not starting {}: process {} before it cannot be ended", executable, refused));
+    return -EPERM;
+  }
   if (const unsigned int lasting = fReaper.awaitEnded(takeKilled()); lasting != 0) {
     fLog->error("not starting {}: process {} before it has not ended", executable, lasting);
     return -EBUSY;
@@ -234,6 +259,11 @@ std::optional<std::chrono::microseconds> ProcessUtilities::sinceLastStart() cons
   const std::chrono::microseconds startedAt = fStartedAt;
   if (startedAt.count() == 0) return std::nullopt;
   return fWorld.clock->sinceBoot() - startedAt;
+}
+
+unsigned int ProcessUtilities::takeRefused() {
+  const std::lock_guard lock(fMutex);
+  return std::exchange(fRefusedSinceFind, 0);
 }
 
 std::vector<unsigned int> ProcessUtilities::takeKilled() {

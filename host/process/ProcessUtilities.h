@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -73,15 +74,18 @@ class ProcessUtilities : public IProcessUtilities {
   void noteLook(int res);
   bool isUntouchable(unsigned int pid, ProcessStat const& stat) const;
   bool isPretended(std::string& reason) const { return fWorld.pretend && fWorld.pretend(reason); }
-  void logUnended(int res, unsigned int pid, ProcessStat const& stat) const;
+  void logUnended(int res, unsigned int pid, ProcessStat const& stat);
+  void noteUnended(unsigned int pid, std::string const& what);
+  void logOnce(std::string const& what);
   int pretendToEnd(ProcessHandle const& process, ProcessStat const& stat,
-                   std::string const& reason) const;
+                   std::string const& reason);
   int pretendToStart(SpawnRequest const& request, std::string const& arguments,
                      std::string const& reason) const;
   int hold(unsigned int pid, ProcessHandle& process, ProcessStat& stat);
   void note(unsigned int pid) noexcept;
   int launch(SpawnRequest const& request, unsigned int& pid);
   std::vector<unsigned int> takeKilled();
+  unsigned int takeRefused();
 
   ProcessSettings fSettings;
   std::shared_ptr<spdlog::logger> fLog;
@@ -97,5 +101,8 @@ class ProcessUtilities : public IProcessUtilities {
   ProcessFinder fFinder;
   std::vector<unsigned int> fKilledSinceFind;
   bool fIsTableRead = true;  ///< as far as was said
+  /// One that could not be ended: what is started now would run beside it. 0: none.
+  unsigned int fRefusedSinceFind = 0;
+  std::set<std::string> fSaid;  ///< what is logged once
   Reaper fReaper;
 };
