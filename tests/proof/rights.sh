@@ -32,7 +32,8 @@ finding() {
   sed 's/^/    /' out >&2
 }
 must() { "$@" || finding "not so: $*"; }
-as_other() { setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
+other=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+as_other() { "${other[@]}" "$@"; }
 says() { must [ "$(grep -c -- "$2" out)" -eq "$1" ]; } # says TIMES TEXT
 
 # Folders of root's, of the other's and for all, and what must stay as it is.
@@ -121,6 +122,12 @@ TABLE
   stop
   chown 65534 home/d
   refused 69 /mnt/home/d
+  # Whoever could replace the program itself is trusted, and named.
+  fresh 'plugins = ["others/libveskp.watchdog.process.so"]'
+  sed -i 2d home/v.toml
+  mv home/v.toml others
+  cp libvesk* veskd others
+  chown -R 65534 others
 }
 
 reload() {
@@ -292,10 +299,9 @@ name = 'bash'
 inst_enabled = true
 inst_limit = 1
 action = 'osrestart'"
-  start '' as_other
+  start '' "${other[@]}"
   sleep 3
-  kill -TERM "$(pgrep -x veskd)"
-  wait "$veskd" || finding "ends with status $?"
+  stop
   must [ "$(pgrep -x vesk-tried)" = $roots ]
   must [ "$(grep -c 'Killing all .*vesk-tried' out)" -ge 3 ]
   for once in "veskd: not root" "process $roots (vesk-tried) cannot be ended: Operation not permitted" \
@@ -305,7 +311,7 @@ action = 'osrestart'"
   kill $roots
   for key in log_file program_output control_socket; do
     configure "$key = '/mnt/home/f'"
-    start '' as_other
+    start '' "${other[@]}"
     stop 73
     says 1 '/mnt/home/f.*: Permission denied'
   done
@@ -314,10 +320,9 @@ action = 'osrestart'"
 hidden() {
   fresh
   mount -o remount,hidepid=2 /proc
-  start '' as_other
+  start '' "${other[@]}"
   says 1 'of other users are hidden'
-  kill -TERM "$(pgrep -x veskd)"
-  wait "$veskd" || finding "ends with status $?"
+  stop
   mount -o remount,hidepid=0 /proc
 }
 
