@@ -23,16 +23,17 @@ can_report() {
     [ "$(readlink /proc/self/ns/net)" = 'net:[4026531833]' ]
 }
 
-# All that runs out of the scratch folder, whoever started it.
+# in_scratch PATTERN: the process numbers of all that runs out of files like that.
+in_scratch() {
+  find /proc -mindepth 2 -maxdepth 2 -name exe -lname "$1*" -printf '%h\n' 2>/dev/null | sed 's,^/proc/,,'
+}
+
+# Whoever started it, until nothing is left.
 kill_scratch() {
-  local folder found=1
-  while [ "$found" = 1 ]; do
-    found=0
-    for folder in /proc/[0-9]*; do
-      [[ "$(readlink "$folder/exe" 2>/dev/null)" == "$1"/* ]] || continue
-      found=1
-      kill -KILL "${folder#/proc/}" 2>/dev/null || true
-    done
+  local found
+  while mapfile -t found < <(in_scratch "$1/") && [ ${#found[@]} -gt 0 ]; do
+    kill -KILL "${found[@]}" 2>/dev/null || true
+    sleep 0.1
   done
 }
 
@@ -96,7 +97,7 @@ mem_enabled = true
 mem_limit = 65536'
   local mem='mem_enabled = true
 mem_limit = 16384' cpu='cpu_enabled = true
-cpu_limit = 4' restart='action = "restart"' terminate='action = "terminate"'
+cpu_limit = 2' restart='action = "restart"' terminate='action = "terminate"'
   cat <<TOML
 [host]
 plugins = ["$bin/libveskp.watchdog.process.so"]
@@ -181,11 +182,10 @@ find_worker() {
 }
 
 check() {
-  local folder
-  for folder in /proc/[0-9]*; do
-    [[ "$(readlink "$folder/exe" 2>/dev/null)" != "$PWD/$prefix"* ]] ||
-      echo "${folder#/proc/} $(cat "$folder/comm" 2>/dev/null)"
-  done >alive
+  local pid name
+  for pid in $(in_scratch "$PWD/$prefix"); do
+    read -r name 2>/dev/null <"/proc/$pid/comm" && echo "$pid $name"
+  done >alive || true
   local ms='def ms: capture("^(?<s>[^.]*)[.](?<ms>[0-9]{3})") | (.s + "Z" | fromdate) * 1000 + (.ms | tonumber); '
   jq -rR "$ms"'capture("^(?<t>[^ ]*) .* program .*-crash.* \\(pid (?<pid>[0-9]*)\\) ended ") |
     "\(.t | ms) \(.pid)"' veskd.log >ends

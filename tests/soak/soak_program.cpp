@@ -94,11 +94,11 @@ void leak(Program& self) {
   }
 }
 
-/// Takes 12 percent of a core, or what a busy machine leaves of it.
+/// Takes 6 percent of a core, or what a busy machine leaves of it.
 void spin(Program& self) {
   self.tell("fate spin");
-  for (;; self.rest(88)) {
-    const auto enough = std::clock() + CLOCKS_PER_SEC * 12 / 1000;
+  for (;; self.rest(94)) {
+    const auto enough = std::clock() + CLOCKS_PER_SEC * 6 / 1000;
     while (std::clock() < enough) self.rest(0);
   }
 }
