@@ -23,15 +23,15 @@ can_report() {
     [ "$(readlink /proc/self/ns/net)" = 'net:[4026531833]' ]
 }
 
-# in_scratch PATTERN: the process numbers of all that runs out of files like that.
+# in_scratch LINK PATTERN: the numbers of all processes whose exe or cwd is like that.
 in_scratch() {
-  find /proc -mindepth 2 -maxdepth 2 -name exe -lname "$1*" -printf '%h\n' 2>/dev/null | sed 's,^/proc/,,'
+  find /proc -mindepth 2 -maxdepth 2 -name "$1" -lname "$2*" -printf '%h\n' 2>/dev/null | sed 's,^/proc/,,'
 }
 
-# Whoever started it, until nothing is left.
+# All that works there, veskd and what it just forks too, until nothing is left.
 kill_scratch() {
   local found
-  while mapfile -t found < <(in_scratch "$1/") && [ ${#found[@]} -gt 0 ]; do
+  while mapfile -t found < <(in_scratch cwd "$1") && [ ${#found[@]} -gt 0 ]; do
     kill -KILL "${found[@]}" 2>/dev/null || true
     sleep 0.1
   done
@@ -183,7 +183,7 @@ find_worker() {
 
 check() {
   local pid name
-  for pid in $(in_scratch "$PWD/$prefix"); do
+  for pid in $(in_scratch exe "$PWD/$prefix"); do
     read -r name 2>/dev/null <"/proc/$pid/comm" && echo "$pid $name"
   done >alive || true
   local ms='def ms: capture("^(?<s>[^.]*)[.](?<ms>[0-9]{3})") | (.s + "Z" | fromdate) * 1000 + (.ms | tonumber); '
