@@ -2,7 +2,7 @@
 # attacker and all tools would be this machine's, and its kernel is what is asked. Not with
 # sanitizers: what is looked at is what the kernel was told, and the host is started often.
 if(NOT CMAKE_CROSSCOMPILING AND NOT VESK_SANITIZE)
-  foreach(scenario configuration reload plugins executables outputs sockets race modes ordinary hidden)
+  foreach(scenario configuration reload plugins executables outputs sockets race modes ordinary)
     add_test(NAME proof.rights.${scenario}
       COMMAND ${CMAKE_CURRENT_LIST_DIR}/rights.sh ${CMAKE_BINARY_DIR} ${scenario})
     set_tests_properties(proof.rights.${scenario} PROPERTIES
