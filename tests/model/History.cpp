@@ -73,7 +73,7 @@ struct Player {
   void configure(long long member, long long setting, long long value) {
     const std::string number = member > 0 ? "." + std::to_string(member) : "";
     const std::string key = "watchdog.process" + number + kSettings[setting];
-    w.config[key] = value;
+    w.config[key] = static_cast<int>(value);
     if (value == kAbsent) w.config.erase(key);
   }
   /// The result of a client's call.
@@ -120,11 +120,11 @@ const struct Kind {
     {"remove",
      15,
      {&kAnyName},
-     [](auto& p, auto& v) { p.ask("remove", [&] { return p.s.remove(kTexts[v[0]]); }); }},
+     [](auto& p, auto& v) { p.ask("remove", [&] { return p.s.remove(text(v[0])); }); }},
     {"info",
      15,
      {&kAnyName},
-     [](auto& p, auto& v) { p.ask("info", [&] { return p.s.info(kTexts[v[0]]); }); }},
+     [](auto& p, auto& v) { p.ask("info", [&] { return p.s.info(text(v[0])); }); }},
     {"config",
      20,
      {&kMembers, &kOne, nullptr},
@@ -180,7 +180,9 @@ class Maker {
   }
 
  private:
-  long long any(Pool const& pool) { return pool[fRandom() % pool.size()]; }
+  long long any(Pool const& pool) {
+    return pool[static_cast<std::size_t>(fRandom() % pool.size())];
+  }
   void add(std::size_t kind, std::vector<long long> const& given = {}) {
     Step step = {kind, {}};
     for (std::size_t at = 0; at < kKinds[kind].pools.size(); ++at) {
@@ -211,7 +213,9 @@ std::ostream& operator<<(std::ostream& out, History const& history) {
 std::istream& operator>>(std::istream& in, History& history) {
   for (std::string word; in >> word;) {
     Step step;
-    while (word != kKinds[step.kind].word && step.kind < std::size(kKinds)) ++step.kind;
+    while (word != kKinds[step.kind].word) {
+      if (++step.kind == std::size(kKinds)) throw std::invalid_argument("no such step: " + word);
+    }
     for (std::size_t at = 0; at < kKinds[step.kind].pools.size(); ++at) in >> step.values[at];
     history.push_back(step);
   }

@@ -121,6 +121,7 @@ int main(int argc, char** argv) {
   if (!replay.empty()) {
     History history;
     std::ifstream(replay) >> history;
+    if (history.empty()) return std::cerr << replay << ": no history\n", 2;
     const std::string difference = comparison.difference(history);
     std::cout << (difference.empty() ? "no difference\n" : difference);
     return difference.empty() ? 0 : 1;

@@ -55,7 +55,7 @@ const struct {
 void assign(Entry& entry, long long setting, long long value) {
   const auto store = [&](auto field) {
     if constexpr (std::is_same_v<decltype(field), string Entry::*>) {
-      entry.*field = kTexts[value];
+      entry.*field = text(value);
     } else {
       entry.*field = static_cast<std::decay_t<decltype(entry.*field)>>(value);
     }
@@ -216,7 +216,7 @@ class Model : public Subject {
       auto const* const range = std::find_if(std::begin(kRanges), std::end(kRanges),
                                              [&](auto& each) { return each.setting == setting; });
       if (setting == kAction) {
-        entry.action = toAction(kTexts[*value]);
+        entry.action = toAction(text(*value));
       } else if (range == std::end(kRanges) || (*value >= range->least && *value <= range->most)) {
         assign(entry, setting, *value);
       } else {

@@ -121,7 +121,7 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
   int restart(int mode) override { return world().call(World::restart, 0, mode); }
 
   static std::wstring wide(std::string const& text) { return {text.begin(), text.end()}; }
-  static std::wstring wide(long long number) { return wide(kTexts[number]); }
+  static std::wstring wide(long long number) { return wide(text(number)); }
 };
 
 std::wstring wide(std::string const& text) { return Services::wide(text); }
@@ -145,10 +145,11 @@ class Plugin : public Subject {
     IProcessWatchdogEntry& entry = *fSlots[slot];
     const bool on = value != 0;
     const auto number = static_cast<unsigned int>(value);
-    const std::wstring text = setting == 0 || setting > 13 ? Services::wide(value) : std::wstring();
+    const std::wstring words =
+        setting == 0 || setting > 13 ? Services::wide(value) : std::wstring();
     switch (setting) {
       // clang-format off
-      case 0: return entry.setName(text.c_str());
+      case 0: return entry.setName(words.c_str());
       case 1: return entry.setPeriod(number);
       case 2: return entry.setCpuEnabled(on);
       case 3: return entry.setCpuLimit(static_cast<char>(value));
@@ -162,9 +163,9 @@ class Plugin : public Subject {
       case 11: return entry.setShouldCountOnlyRunning(on);
       case 12: return entry.setShouldSendEvent(on);
       case 13: return entry.setAction(static_cast<ProcessWatchdogActionEnum>(number));
-      case 14: return entry.setExecutable(text.c_str());
-      case 15: return entry.setArguments(text.c_str());
-      case 16: return entry.setWorkingDir(text.c_str());
+      case 14: return entry.setExecutable(words.c_str());
+      case 15: return entry.setArguments(words.c_str());
+      case 16: return entry.setWorkingDir(words.c_str());
         // clang-format on
     }
   }

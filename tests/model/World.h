@@ -14,6 +14,9 @@
 /// All texts of a history, which names them by number.
 inline constexpr const char* kTexts[] = {"",     "web",       "Web",     "we",        "web 2",
                                          "none", "terminate", "restart", "osrestart", "restart "};
+inline const char* text(long long number) {
+  return kTexts[static_cast<unsigned long long>(number) % std::size(kTexts)];
+}
 /// The settings of an entry as keys, in the order of their getters; one more for all entries.
 inline constexpr const char* kSettings[] = {".name",
                                             ".period",
@@ -130,7 +133,7 @@ struct World {
   int look(std::string_view name, std::vector<unsigned int>& pids,
            std::vector<unsigned int>& parents) {
     for (Process const& each : processes) {
-      if (name != kTexts[each.name]) continue;
+      if (name != text(each.name)) continue;
       pids.push_back(each.pid);
       parents.push_back(each.parent);
     }
