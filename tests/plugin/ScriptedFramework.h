@@ -39,7 +39,6 @@ struct ScriptedFramework {
       {"watchdog.process.inst_enabled", true},
       {"watchdog.process.sample_time", 2}};
   long long now = 1000;             ///< tick count, ms
-  IBase* eventSource = nullptr;     ///< of the last event
   std::atomic<int> references = 0;  ///< held to services
 
   /// Lets a new worker, if there is one, run up to its first wait or its end.

@@ -78,9 +78,8 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
 
   int subscribe(PLiteral const&, IEventListener*) override { return uncalled(); }
   int unsubscribe(PLiteral const&, IEventListener*) override { return uncalled(); }
-  int postEvent(PLiteral const& topic, IBase* source, int value) override {
+  int postEvent(PLiteral const& topic, IBase*, int value) override {
     const ScriptedFramework::Side side(false);
-    framework().eventSource = source;
     return call(("postEvent " + std::to_string(value) + " ").c_str(), topic);
   }
   int increment(PLiteral const& name) override { return call("increment ", name); }
