@@ -79,22 +79,6 @@ TEST_F(Configuration, DumpsAsMuchOfAMemoryLimitAsItsFormatHolds) {
                 std::to_string(static_cast<unsigned long>(kLimit)) + "\n");
 }
 
-TEST_F(Configuration, EveryGlobalKeyIsNeeded) {
-  std::string reads = "\n";
-  for (const std::string key :
-       {"getBool watchdog.process.cpu_enabled", "getBool watchdog.process.mem_enabled",
-        "getBool watchdog.process.inst_enabled", "getInt watchdog.process.sample_time"}) {
-    reads += key + "\n";
-    results = {{key, -9}};
-    EXPECT_EQ(fPlugin->init(), -9);
-    const std::string error = "error [__loadGlobalConfig] Error reading value for key `";
-    EXPECT_EQ(take("get|error"), reads + error + key.substr(key.find(' ') + 1) + R"(', res=-9
-error [_loadConfig] Error reading global configuration for ProcessWatchdog, res=-9
-error [init] Error loading ProcessWatchdog configuration, res=-9
-)");
-  }
-}
-
 TEST_F(Configuration, ChecksLimitsAndActionsOfMembers) {
   const struct {
     const wchar_t* action;

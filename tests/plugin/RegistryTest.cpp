@@ -44,22 +44,4 @@ debug [getProcessInfo] Error: there's no entry named `web', ignoring
 )");
 }
 
-TEST_F(Registry, ServesClientsWhileTicksRun) {
-  start();
-  constexpr int kRounds = 200;
-  processes = {{"one", {{10, 1, 90}}}, {"two", {{20, 1, 90}}}};
-  const auto client = [this](const wchar_t* name) {
-    for (int round = 0; round < kRounds; ++round) {
-      monitor({.on = "c"}, name);
-      EXPECT_TRUE(service()->containsProcess(name));
-      EXPECT_EQ(service()->removeProcessEntry(name), 0);
-    }
-  };
-  std::thread one(client, L"one");
-  std::thread two(client, L"two");
-  for (int round = 0; round < kRounds; ++round) tickAfter(1000);
-  one.join();
-  two.join();
-}
-
 }  // namespace
