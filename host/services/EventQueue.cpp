@@ -92,7 +92,7 @@ void EventQueue::noteLoss() {
     const std::lock_guard lock(fMutex);
     if (fEvents.empty()) lost = std::exchange(fLost, 0);
   }
-  if (lost > 0) fLog->warn("{} events were lost: the listeners have caught up", lost);
+  if (lost > 0) fLog->warn("events are delivered again: {} lost meanwhile", lost);
 }
 
 void EventQueue::stop() {

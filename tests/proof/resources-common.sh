@@ -1,6 +1,6 @@
 # For resources.sh: a scratch folder with two programs to watch, and the veskd that does.
 # Runs in mount and PID namespaces of its own, which end all that is left.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154
 
 faults=0
 
@@ -88,6 +88,7 @@ respawns() {
   recovers "$1"
 }
 
+open_files_at_most() { [ "$(open_files)" -le "$1" ]; }
 open_files() { find "/proc/$host/fd" -mindepth 1 | wc -l; }
 
 # The end of a scenario: veskd stops when it is asked to.
