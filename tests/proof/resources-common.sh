@@ -1,13 +1,23 @@
 # For resources.sh: a scratch folder with two programs to watch, and the veskd that does.
 # Runs in mount and PID namespaces of its own, which end all that is left.
-# shellcheck shell=bash disable=SC2154
+# shellcheck shell=bash disable=SC2034,SC2154
 
 faults=0
+become=() # before the command that launch starts
+
+# for_a_user: what follows runs as an ordinary user, whom no limit spares.
+for_a_user() {
+  local user=61999
+  cp "$build"/{veskd,veskctl,demo_program,libvesk.so.1,libveskp.watchdog.process.so} "$scratch"
+  build=$scratch
+  chown -R "$user" "$scratch"
+  become=(setpriv --reuid "$user" --regid "$user" --clear-groups)
+}
 
 # begin [HOST-LINE...]: the configuration, with more lines of the host's table.
 begin() {
   for name in alpha beta; do
-    cp "$build/demo_program" "$scratch/$name"
+    install -m 755 "$build/demo_program" "$scratch/$name"
   done
   {
     printf '[host]\nplugins = [%s"%s/libveskp.watchdog.process.so"]\n' "${plugins:-}" "$build"

@@ -9,7 +9,7 @@ add_library(proof_flood MODULE ${CMAKE_CURRENT_LIST_DIR}/FloodClient.cpp)
 target_link_libraries(proof_flood PRIVATE vesk Threads::Threads)
 
 set(resources descriptors memory processes full_disk state_folder proc reader_gone reader_stuck
-              terminal_held event_flood client_flood)
+              reader_stuck_user terminal_held event_flood client_flood)
 if(VESK_SANITIZE)
   # A sanitizer has reserved more address space than any limit that would be felt.
   list(REMOVE_ITEM resources memory)
