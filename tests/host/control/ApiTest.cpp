@@ -1,7 +1,5 @@
 // The control API as its clients see it.
 
-#include <future>
-
 #include "host/control/EventStream.h"
 #include "tests/host/control/ControlFixture.h"
 
@@ -122,23 +120,6 @@ TEST_F(ControlApiTest, RefusesWithTheCodeOfTheCause) {
     EXPECT_THAT(answer, HasSubstr(text)) << method << " " << target;
   }
   EXPECT_THAT(ask("PUT", "/v1/entries"), HasSubstr("\r\nAllow: GET, HEAD, POST\r\n"));
-}
-
-TEST_F(ControlApiTest, AnswersWhileAChangeWaits) {
-  std::promise<void> begun;
-  std::promise<void> released;
-  EXPECT_CALL(*changes, add(json{{"name", "x"}})).WillOnce([&](json const& entry) -> ApiResult {
-    begun.set_value();
-    released.get_future().wait();
-    return entry;
-  });
-  ASSERT_TRUE(open());
-  auto change = std::async(std::launch::async,
-                           [this] { return ask("POST", "/v1/entries", R"({"name":"x"})"); });
-  begun.get_future().wait();
-  EXPECT_THAT(ask("GET", "/v1/status"), StartsWith("HTTP/1.1 200"));
-  released.set_value();
-  EXPECT_THAT(change.get(), StartsWith("HTTP/1.1 201"));
 }
 
 TEST_F(ControlApiTest, StreamsWhatComesAndTellsWhatIsLost) {

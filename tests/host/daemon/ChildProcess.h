@@ -69,6 +69,14 @@ class ChildProcess {
   std::string fText;
 };
 
+/// Runs a command of the shell. @return all that it writes.
+inline std::string outputOf(std::string const& command, int* status = nullptr) {
+  ChildProcess shell({"sh", "-c", "exec >&2; " + command});
+  const int end = shell.awaitEnd();
+  if (status != nullptr) *status = end;
+  return shell.text();
+}
+
 /// What hears a daemon as a service manager does, a message at a time.
 class Listener {
  public:

@@ -49,6 +49,12 @@ class VeskdFixture : public testing::Test {
            "'\nrespawn_enabled = true\nrespawn_limit = 1\n";
   }
 
+  /// The process that the daemon says it has started under the name; 0 when it does not.
+  static pid_t awaitStart(ChildProcess& veskd, std::string const& name) {
+    const std::string line = veskd.awaitLine("Successfully restarted `" + name + "'");
+    return line.empty() ? 0 : std::stoi(line.substr(line.rfind('=') + 1));
+  }
+
   std::string path(std::string const& name = "") const { return fFolder.path(name); }
 
   TemporaryFolder fFolder;

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <new>
-#include <semaphore>
 #include <thread>
 
 #include "framework/PResult.h"
@@ -34,7 +33,7 @@ struct FixedClock : IWatchClock {
   std::chrono::microseconds now = std::chrono::seconds(1);
 };
 
-/// One process, number 9, under every name; a start waits to be let go.
+/// One process, number 9, under every name.
 struct OneProcess : IProcessUtilities {
   int find(std::string const&, std::vector<unsigned int>& pids,
            std::vector<unsigned int>& parentPids) override {
@@ -50,11 +49,8 @@ struct OneProcess : IProcessUtilities {
   int kill(unsigned int) override { return -3; }
   int start(std::string const&, std::string const&, std::string const&,
             unsigned int& pid) override {
-    started.release();
-    goOn.acquire();
     return pid = 77, 0;
   }
-  std::binary_semaphore started{0}, goOn{0};
 };
 
 struct Board : testing::Test {
@@ -107,24 +103,6 @@ TEST_F(Board, ShowsThePassesOfWhoeverAsksForMostEntries) {
   EXPECT_THAT(board->view().entries[0].instances, SizeIs(1));
 }
 
-TEST_F(Board, ShowsAPassThatHangsInACall) {
-  std::thread worker([&] {
-    look({"a"});
-    unsigned int pid = 0;
-    EXPECT_EQ(utilities.start("", "", "", pid), 0);
-  });
-  inner->started.acquire();
-  clock->now += std::chrono::seconds(3);
-  const PassView pass = board->view().pass;
-  inner->goOn.release();
-  worker.join();
-  EXPECT_TRUE(pass.isUnderWay);
-  EXPECT_EQ(pass.underWay, std::chrono::seconds(3));
-  EXPECT_FALSE(board->view().pass.isUnderWay);
-  clock->now += std::chrono::seconds(1);
-  EXPECT_EQ(board->view().pass.longest, std::chrono::seconds(3));
-}
-
 TEST_F(Board, KeepsTheTurnOfAWorkerThatWaitsElsewhere) {
   const auto pause = [&] { return clock->now += std::chrono::seconds(3), board->view().pass; };
   unsigned int percent = 0;
@@ -137,11 +115,15 @@ TEST_F(Board, KeepsTheTurnOfAWorkerThatWaitsElsewhere) {
   EXPECT_THAT(journal->read(1, 9).records[0].text, StartsWith("CPU average 7 of at most 7"));
   pause();
   look({"b"});
-  EXPECT_EQ(pause().last, std::chrono::seconds(6));
+  const PassView pass = pause();
+  EXPECT_EQ(pass.last, std::chrono::seconds(6));
+  EXPECT_EQ(pass.longest, std::chrono::seconds(6));
+  EXPECT_FALSE(pass.isUnderWay);
   put("_");
   look({"_"});  // is new, and the first of the next pass
   EXPECT_EQ(board->view().pass.count, 2U);
   utilities.kill(9);
+  EXPECT_EQ(journal->read(2, 9).records.at(0).text, "reason not known to the host");
   EXPECT_THAT(board->doubtful(), ElementsAre("_")) << "nothing in its settings says so";
   put("_");
   EXPECT_THAT(board->doubtful(), IsEmpty());
@@ -164,17 +146,6 @@ TEST_F(Board, LosesNotesAndNothingElseWhenMemoryIsSpent) {
   EXPECT_TRUE(isPretended) << "it may be the one that is in dry run";
   look({"a"});
   EXPECT_FALSE(board->pretend(reason));
-}
-
-TEST_F(Board, TellsASlowReaderWhatItMissed) {
-  for (int i = 0; i < 5; ++i) utilities.kill(9);
-  const auto batch = journal->read(2, 1);
-  EXPECT_EQ(batch.missed, 2U);
-  ASSERT_EQ(batch.records.size(), 1U);
-  EXPECT_EQ(batch.records[0].number, 4U);
-  EXPECT_EQ(batch.records[0].text, "reason not known to the host");
-  EXPECT_EQ(batch.next, 5U);
-  EXPECT_THAT(journal->await(6, 9, std::chrono::milliseconds(1)).records, IsEmpty());
 }
 
 }  // namespace
