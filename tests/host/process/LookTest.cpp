@@ -138,6 +138,7 @@ TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
     }
     return true;
   };
+  std::ptrdiff_t mostOpen = 0;
   for (int pass = 0; pass < 500; ++pass) {
     for (auto left = machine.fRandom() % 6; left > 0; --left) {
       script.events.push_back(machine.happen());
@@ -146,7 +147,10 @@ TEST(LookTest, HoweverItLooksItSeesWhatIsThere) {
     script.isLost = pass % 20 == 7;
     if (script.isLost) script.events.clear();
     ASSERT_TRUE(look({&byDescriptors, &byOpening, &byEvents})) << "pass " << pass;
+    mostOpen = std::max(mostOpen, openDescriptors());
   }
+
+  EXPECT_EQ(mostOpen, before + 60) << "as many as two may keep";
 
   script.events = machine.endAll();
   EXPECT_TRUE(look({&byDescriptors, &byOpening, &byEvents})) << "zombies";
@@ -204,29 +208,6 @@ TEST(LookTest, ATableThatCannotBeReadIsNotAnEmptyOne) {
   }
   std::filesystem::remove_all(proc.path());
   EXPECT_EQ(eyes.find(longName), -ENOENT);
-}
-
-TEST(LookTest, TenThousandProcessesFitIntoFewDescriptors) {
-  FakeProc proc;
-  for (unsigned int i = 0; i < 100; ++i) {
-    const FakeProcess process{.comm = "prog-" + std::to_string(i)};
-    proc.makeFile(process.comm + "/comm", process.comm + "\n");
-    proc.makeFile(process.comm + "/stat", statText(1, process));
-  }
-  for (unsigned int pid = 1; pid <= 10'000; ++pid) {
-    std::filesystem::create_symlink("prog-" + std::to_string(pid % 100),
-                                    proc.path(std::to_string(pid)));
-  }
-  const auto before = openDescriptors();
-  Eyes eyes(proc, 100);
-  for (int pass = 0; pass < 2; ++pass) {
-    for (const auto* name : {"prog-7", "prog-99"}) {
-      EXPECT_EQ(eyes.find(name), PResult::ok);
-      EXPECT_EQ(eyes.pids.size(), 100U);
-      EXPECT_EQ(eyes.pids.front() % 100, static_cast<unsigned int>(std::stoi(name + 5)));
-    }
-    EXPECT_EQ(openDescriptors(), before + 100);
-  }
 }
 
 TEST(LookTest, TheKernelReportsWhatHappens) {
