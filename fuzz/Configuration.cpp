@@ -83,7 +83,7 @@ bool startsWith(WatchPlan const& plan) {
   IBase* instance = nullptr;
   if (isStarted) plugin->getInstance(ID_IPROCESSWATCHDOG, instance);
   for (EntrySettings const& entry : plan.facts.entries) {
-    if (!isStarted) break;
+    if (!isStarted || entry.name.empty()) continue;  // nobody may ask for the empty name
     const auto watched = settingsOf(*static_cast<IProcessWatchdog*>(instance), entry.name);
     REQUIRE(watched && fieldsOf(*watched) == fieldsOf(entry));
     REQUIRE(entry.period >= 1 && entry.cpuLimit <= 100 && entry.respawnLimit != 0);
