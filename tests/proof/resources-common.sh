@@ -74,6 +74,8 @@ lives() { pid_of "$1" >"$scratch/pids" && [ "$(wc -l <"$scratch/pids")" -eq 1 ];
 lives_anew() { lives "$1" && [ "$(cat "$scratch/pids")" != "$2" ]; }
 up() { lives alpha && lives beta; }
 ask() { timeout 5 "$build/veskctl" --socket "$scratch/control" "$@" 2>>"$scratch/asked"; }
+follow() { curl -sN --unix-socket "$scratch/control" "http://x/v1/events?follow=true" "$@"; }
+is_streaming() { [ "$(follow --max-time 0.5 -o "$scratch/stream" -w '%{http_code}')" = 200 ]; }
 passes() { ask status --json | jq .watchdog.passes; }
 cpu_ticks() { awk '{ print $14 + $15 }' "/proc/$host/stat"; }
 

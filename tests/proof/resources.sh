@@ -15,7 +15,7 @@ skip() {
   exit 77
 }
 
-# Nothing can be opened, nor a connection accepted.
+# Nothing can be opened, nor a connection accepted, nor as much polled as there is to poll.
 descriptors() {
   local limit open ticks
   begin
@@ -25,9 +25,8 @@ descriptors() {
   open=$(open_files)
   for round in 1 2; do
     fault "no descriptor left"
-    prlimit --pid "$host" --nofile=3:
+    prlimit --pid "$host" --nofile=2:
     kill_one alpha
-    (ask status >/dev/null || true) &
     ticks=$(cpu_ticks)
     expect "a word about it" said "$round" "process table /proc cannot be read: Too many open"
     sleep 2.5
@@ -286,8 +285,7 @@ client_flood() {
   open=$(open_files)
   fault "clients take every connection"
   for _ in $(seq 80); do
-    curl -sN --max-time 5 --unix-socket "$scratch/control" \
-      "http://x/v1/events?follow=true" >/dev/null &
+    follow --max-time 5 >/dev/null &
   done
   for client in 1 2 3 4; do
     for _ in $(seq 8); do
@@ -299,6 +297,8 @@ client_flood() {
   respawns beta
   expect "descriptors are given back" open_files_at_most $((open + 3))
   expect "answers clients again" ask status >/dev/null
+  expect "streams again" is_streaming
+  expect "descriptors are given back" open_files_at_most $((open + 3))
   check "threads are left" [ "$(find "/proc/$host/task" -mindepth 1 -maxdepth 1 | wc -l)" -le 9 ]
   stop
 }
