@@ -171,19 +171,21 @@ TEST_F(ProcessUtilitiesTest, StartedProgramsInheritNothing) {
   ::sigaddset(&some, SIGUSR1);
   ::pthread_sigmask(SIG_BLOCK, &some, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
+  // Its mask last, and in place of the shell, which blocks signals to start a command.
   const std::string report =
-      "grep -E 'Sig(Blk|Ign)' /proc/$$/status; ls /proc/$$/fd; cut -d ' ' -f 6 /proc/$$/stat;"
-      "umask; ulimit -Sn; ulimit -Hn; cat /proc/$$/environ | tr '\\\\0' '|'; echo; pwd";
+      "ls /proc/$$/fd; cut -d ' ' -f 6 /proc/$$/stat; umask; ulimit -Sn; ulimit -Hn;"
+      "cat /proc/$$/environ | tr '\\\\0' '|'; echo; pwd; echo $#;"
+      "exec grep -E 'Sig(Blk|Ign)' /proc/self/status";
   unsigned int pid = 0;
-  EXPECT_EQ(fUtilities->start("/bin/sh", "-c \"" + report + "; echo $#\" - 'one  word' two",
-                              fFolder.path(), pid),
-            0);
+  EXPECT_EQ(
+      fUtilities->start("/bin/sh", "-c \"" + report + "\" - 'one  word' two", fFolder.path(), pid),
+      0);
   ::pthread_sigmask(SIG_UNBLOCK, &some, nullptr);
   ::umask(before);
   for (std::string const& line :
-       {"SigBlk:\t0000000000000000"s, "SigIgn:\t0000000000000000"s, "0"s, "1"s, "2"s,
-        std::to_string(pid), "0022"s, "10"s, "19"s, "A=b c|EMPTY=|"s,
-        std::filesystem::canonical(fFolder.path()).string(), "2"s}) {
+       {"0"s, "1"s, "2"s, std::to_string(pid), "0022"s, "10"s, "19"s, "A=b c|EMPTY=|"s,
+        std::filesystem::canonical(fFolder.path()).string(), "2"s, "SigBlk:\t0000000000000000"s,
+        "SigIgn:\t0000000000000000"s}) {
     EXPECT_EQ(readLine(), line);
   }
 }
