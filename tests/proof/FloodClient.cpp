@@ -46,6 +46,7 @@ class FloodClient : public Counted<IEventListener> {
       for (int i = 0; i < kEvents; ++i) fEvents->postEvent(L"flood", nullptr, i);
       fLog->info(0, L"flood: %d events posted", kEvents);
       await(true, true);
+      fLog->info(0, L"flood: until the file goes");
       await(false, true);
     }
   }

@@ -268,6 +268,7 @@ event_flood() {
   check "an event's loss is said at every pass" [ "$(lines "Error sending")" -le 2 ]
   touch "$FLOOD_UNTIL"
   expect "a word of the end" said 1 "events are delivered again: .* lost"
+  expect "the flood's end" said 1 "flood: until the file goes"
   fault "a listener never returns"
   rm "$FLOOD_UNTIL"
   expect "a word about it" said 2 "events are lost: 1024 wait"
