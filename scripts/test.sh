@@ -5,18 +5,18 @@
 #
 # PRESET: default, asan (AddressSanitizer and UndefinedBehaviorSanitizer), tsan
 # (ThreadSanitizer), armhf (built for 32-bit ARM and run in its emulator), packages (made of
-# what default and armhf build, twice, and checked), lint (clang-format and clang-tidy), or
-# all. Without one: default.
+# what default and armhf build, twice, and checked), prove (the short length of
+# scripts/prove.sh), lint (clang-format and clang-tidy), or all. Without one: default.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
-known=(lint default asan tsan armhf packages)
+known=(lint default asan tsan armhf packages prove)
 at_once=$(($(nproc) * 2)) # tests: most of them wait for something most of the time
 
 run_lint() {
   install_missing "${lint_packages[@]}" "${bench_packages[@]}"
   echo "== lint: format"
-  (cd "$root" && find framework plugin watchdog host examples tests bench abi -name '*.h' -o -name '*.cpp' |
+  (cd "$root" && find framework plugin watchdog host examples tests fuzz bench abi -name '*.h' -o -name '*.cpp' |
     xargs clang-format --dry-run --Werror)
   echo "== lint: clang-tidy"
   # Over the compile commands alone: compiling as well would take half as long again.
@@ -31,7 +31,7 @@ run_lint() {
 }
 
 run_tests() {
-  local preset=$1 launcher=()
+  local preset=$1 launcher=() left_out=()
   if [ "$preset" = armhf ]; then
     install_missing "${cross_packages[@]}"
     "$root/scripts/sysroot.sh"
@@ -47,7 +47,9 @@ run_tests() {
   if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
     launcher=(setarch "$(uname -m)" -R)
   fi
-  (cd "$root" && "${launcher[@]}" ctest --preset "$preset" -j "$at_once")
+  # What prove runs anyway need not run twice.
+  [ "$preset$proves" != defaulttrue ] || left_out=(-LE proof)
+  (cd "$root" && "${launcher[@]}" ctest --preset "$preset" -j "$at_once" "${left_out[@]}")
 }
 
 # The same tests in the target's emulator, but those that it cannot run.
@@ -72,16 +74,23 @@ run_packages() {
   "$root/scripts/packages.sh" --tree armhf --twice armhf
 }
 
+run_prove() {
+  "$root/scripts/prove.sh" short
+}
+
 [ $# -gt 0 ] || set -- default
 [ "$*" = all ] && set -- "${known[@]}"
 for preset in "$@"; do
   [[ " ${known[*]} " == *" $preset "* ]] || die "no such preset: $preset (known: ${known[*]} all)"
 done
 
+proves=false
+[[ " $* " != *" prove "* ]] || proves=true
+
 install_missing "${packages[@]}"
 for preset in "$@"; do
   case $preset in
-    lint | packages) "run_$preset" ;;
+    lint | packages | prove) "run_$preset" ;;
     *) run_tests "$preset" ;;
   esac
 done
