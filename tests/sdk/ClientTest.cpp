@@ -26,25 +26,21 @@ class Client : public VeskdFixture {
   }
 
   /// Waits until the host tells operators of the client's entry.
-  bool isShown() const {
-    for (int i = 0; i < 100; ++i) {
-      if (ChildProcess({VESKCTL, "--socket", path("s"), "show", fName}).awaitEnd() == 0)
-        return true;
+  void awaitShown() const {
+    while (ChildProcess({VESKCTL, "--socket", path("s"), "show", fName}).awaitEnd() != 0) {
       ::usleep(100000);
     }
-    return false;
   }
 };
 
 TEST_F(Client, IsServedByTheWatchdogBesideItAndLeavesNothingBehind) {
   auto veskd = run(configuration("'" WATCHDOG "', '" CLIENT "'"));
-  const std::string started = veskd->awaitLine("Successfully restarted `" + fName + "'");
-  ASSERT_NE(started, "") << veskd->text();
-  const pid_t pid = std::stoi(started.substr(started.rfind('=') + 1));
+  const pid_t pid = awaitStart(*veskd, fName);
+  ASSERT_GT(pid, 1) << veskd->text();
   ChildProcess second({path(fName)});
   for (int run = 0; run < 2; ++run) {  // before a reload and after it
     EXPECT_NE(veskd->awaitLine("info client: `" + fName + "' runs 2 times"), "") << veskd->text();
-    EXPECT_TRUE(isShown());
+    awaitShown();
     veskd->signal(run == 0 ? SIGHUP : SIGTERM);
     EXPECT_NE(veskd->awaitLine("Removing `" + fName + "'"), "");
   }

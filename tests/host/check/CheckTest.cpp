@@ -1,45 +1,28 @@
 // The check as its users meet it: the real program on real files.
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
-#include "tests/host/process/TemporaryFolder.h"
+#include "tests/host/daemon/VeskdFixture.h"
 
 using testing::HasSubstr;
 
 namespace {
 
-const std::string kGlobals =
-    "[watchdog.process]\ncpu_enabled = true\nmem_enabled = true\ninst_enabled = true\n"
-    "sample_time = 1\n";
-
-class Check : public testing::Test {
+class Check : public VeskdFixture {
  protected:
   Check() {
     fFolder.makeFile("run-it.sh", "#!/bin/sh\n");
     fFolder.makeFile("data", "");
-    std::filesystem::permissions(fFolder.path("run-it.sh"), std::filesystem::perms(0755));
+    std::filesystem::permissions(path("run-it.sh"), std::filesystem::perms(0755));
   }
 
   /// Runs a shell's command in the folder. @return what it writes.
   std::string run(std::string const& command) {
-    const std::string whole = "cd " + fFolder.path() + " && " + command + " 2>&1";
-    std::FILE* const pipe = ::popen(whole.c_str(), "r");
-    std::string text;
-    for (std::array<char, 4096> chunk{};
-         const auto count = std::fread(chunk.data(), 1, chunk.size(), pipe);) {
-      text.append(chunk.data(), count);
-    }
-    const int status = ::pclose(pipe);
-    fStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return text;
+    return outputOf("cd " + path() + " && " + command, &fStatus);
   }
 
-  TemporaryFolder fFolder;
   int fStatus = -1;
 };
 
@@ -56,8 +39,11 @@ TEST_F(Check, HasNothingToSayAboutWhatIsRight) {
       "cp run-it.sh bin/demo-$n; done && PATH=$PWD/bin:$PATH ";
   EXPECT_EQ(run(copies + VESKD + demo), "");
   EXPECT_EQ(fStatus, 0);
+  run("sed 's|/usr/lib/.*so|" WATCHDOG "|' " SHIPPED " > shipped.toml");
+  EXPECT_EQ(run(VESKD " --check -c shipped.toml"), "");
+  EXPECT_EQ(fStatus, 0);
   // A name longer than what the kernel keeps: of the file, or of what a link leads to.
-  fFolder.makeFile("right.toml", "[host]\nplugins = ['" WATCHDOG "']\n" + kGlobals + R"(
+  fFolder.makeFile("right.toml", kHost + kGlobals + R"(
 [watchdog.process.1]
 name = "a-rather-long-name"
 executable = "a-rather-long-nickname"
@@ -72,7 +58,7 @@ working_dir = "bin"
 TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
   fFolder.makeFile("main.toml", "[host]\nconfig_dir = 'd'\n[watchdog.process]\nx = 1\n");
   fFolder.makeFile("d/veskp.watchdog.process.toml", kGlobals + "y = \"\\u0007\"\n");
-  const std::string own = fFolder.path("d/veskp.watchdog.process.toml");
+  const std::string own = path("d/veskp.watchdog.process.toml");
   EXPECT_EQ(run(VESKD " --check --json -c main.toml"), R"([
   {
     "file": "main.toml",
@@ -80,7 +66,7 @@ TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
     "column": 1,
     "severity": "warning",
     "what": "table `watchdog' is not read: plug-ins read their files in `host.config_dir', )" +
-                                                           fFolder.path("d") + R"("
+                                                           path("d") + R"("
   },
   {
     "file": ")" + own + R"(",
@@ -124,7 +110,7 @@ TEST_F(Check, SaysWhyTheWatchdogCannotStart) {
 }
 
 TEST_F(Check, TheLogOfAStartHasEachFindingOnce) {
-  fFolder.makeFile("v.toml", "[host]\nplugins = ['" WATCHDOG "']\n" + kGlobals +
+  fFolder.makeFile("v.toml", kHost + kGlobals +
                                  "[watchdog.process.1]\nname = 'n'\ncpu_limt = 1\nperiod = 'x'\n"
                                  "[watchdog.process.3]\nname = 'm'\n");
   const std::string sorted = " | grep -o 'v.toml:.*' | sed 's/ warning://' | sort";

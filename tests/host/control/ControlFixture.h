@@ -47,7 +47,6 @@ class RawClient {
     }
     return text;
   }
-  void finish() const { ::shutdown(fSocket.get(), SHUT_WR); }
   void awaitCut() const {
     pollfd end{fSocket.get(), 0, 0};
     while ((end.revents & POLLHUP) == 0) ::poll(&end, 1, -1);

@@ -85,6 +85,18 @@ TEST_F(ControlSocketTest, GivesMetricsAloneOnAPort) {
   }
 }
 
+TEST_F(HostileClientTest, OutlivesDisconnects) {
+  ASSERT_TRUE(open());
+  const std::string whole = requestText("POST", "/v1/match?name=%41", "{}");
+  for (std::size_t count = 0; count <= whole.size(); ++count) {
+    RawClient(settings.socket).send(whole.substr(0, count));
+  }
+  const RawClient wide(settings.socket);
+  wide.send("GET / HTTP/1.1\r\nX: " + std::string(40'000, 'x') + "\r\n\r\n");
+  EXPECT_THAT(wide.receive(), StartsWith("HTTP/1.1 4"));
+  EXPECT_TRUE(stillAnswers());
+}
+
 TEST_F(HostileClientTest, OutlivesThousandsOfConnections) {
   rlimit limit{};
   ::getrlimit(RLIMIT_NOFILE, &limit);

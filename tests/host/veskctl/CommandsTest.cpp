@@ -5,6 +5,7 @@
 #include <iterator>
 #include <sstream>
 
+#include "host/veskctl/Answer.h"
 #include "host/veskctl/Commands.h"
 #include "host/veskctl/Completion.h"
 #include "host/veskctl/EntryOptions.h"
@@ -96,6 +97,8 @@ TEST(Add, TakesLimitsAsTheWishToHaveThemChecked) {
     "name": "nginx", "period": 7, "cpu_limit": 80, "cpu_enabled": true, "mem_limit": 10,
     "mem_enabled": false, "send_event": false, "arguments": "-g"})"));
 }
+
+TEST(Path, HoldsAnyName) { EXPECT_EQ(entryPath("../ü"), "/v1/entries/..%2F%C3%BC"); }
 
 TEST(Complete, KnowsCommandsOptionsValuesAndNames) {
   const auto names = [](std::string const& socket) {

@@ -6,7 +6,7 @@
 #include <random>
 #include <regex>
 
-#include "framework/PUtils.h"
+#include "host/entries/EntrySettings.h"
 #include "host/libvesk/Runtime.h"
 #include "host/watch/ObservedUtilities.h"
 #include "tests/plugin/PluginFixture.h"
@@ -66,22 +66,7 @@ class Mirror : public PluginFixture {
   ~Mirror() override { Runtime::reset(); }
 
   void watch(const wchar_t* name, Watch const& watch) {
-    monitor(watch, name);
-    EntrySettings settings;
-    settings.name = PUtils::toUtf8(PLiteral(name));
-    settings.period = watch.period;
-    const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
-    settings.cpuEnabled = isOn('c');
-    settings.memEnabled = isOn('m');
-    settings.instEnabled = isOn('i');
-    settings.respawnEnabled = isOn('r');
-    settings.countOnlyDiffParents = isOn('d');
-    settings.countOnlyRunning = isOn('n');
-    settings.cpuLimit = watch.limit;
-    settings.memLimit = settings.instLimit = watch.limit;
-    settings.respawnLimit = watch.respawnLimit;
-    settings.action = watch.action == restart ? "restart" : "terminate";
-    fBoard->put(settings);
+    fBoard->put(readSettings(*monitor(watch, name)));
   }
 
   void changeProcesses() {
