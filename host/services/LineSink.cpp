@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kLogName = "vesk.log";
 
 /// Errno's own text would say that the resource is temporarily unavailable.
-std::string causeOf(int error) {
+std::string whyRefused(int error) {
   return error == EAGAIN ? "nobody reads them" : std::generic_category().message(error);
 }
 
@@ -37,7 +37,7 @@ void LineSink::sink_it_(spdlog::details::log_msg const& message) {
   try {
     int res = tellLoss();
     if (res == 0) res = put(message);
-    if (res != 0) noteLoss(causeOf(-res));
+    if (res != 0) noteLoss(whyRefused(-res));
   } catch (std::exception const& error) {
     noteLoss(error.what());
   }
