@@ -9,16 +9,18 @@ extern "C" int __wrap__ZN6PUtils10int32ToStrEiR7PString(int value, PString& text
   return res == PResult::ok ? __real__ZN6PUtils10int32ToStrEiR7PString(value, text) : res;
 }
 
+namespace {
+const char* const kKinds[] = {"cpu", "mem", "ins", "res"};
+}
+
 Scenario::Scenario(Fault fault, World world) : fFault(fault), fWorld(std::move(world)) {
-  const char* const kinds[] = {"cpu", "mem", "ins", "res"};
   const wchar_t* const actions[] = {L"none", L"terminate", L"restart", L"osrestart"};
-  for (unsigned int kind = 0; kind < std::size(kinds); ++kind) {
-    for (unsigned int number = 1; number <= 3; ++number) {
-      const unsigned int pid = 100 * kind + 10 * number;
-      processes[kinds[kind] + std::to_string(number)] = {{pid, 1, 60, 6000},
-                                                         {pid + 1, 1, 60, 6000}};
+  for (unsigned int pid = 0; std::string const kind : kKinds) {
+    for (const char* number : {"1", "2", "3"}) {
+      pid += 10;
+      processes[kind + number] = {{pid, 1, 60, 6000}, {pid + 1, 1, 60, 6000}};
     }
-    configure(std::to_string(kind + 1), kinds[kind], actions[kind]);
+    configure(std::to_string(pid / 30), kind, actions[pid / 30 - 1]);
   }
   if (auto const& key = fWorld.key; key.ends_with(".name")) {
     config.erase(key);
@@ -30,8 +32,9 @@ Scenario::Scenario(Fault fault, World world) : fFault(fault), fWorld(std::move(w
   }
 }
 
-void Scenario::configure(std::string const& index, std::string const& kind, const wchar_t* action) {
-  const std::map<std::string, std::variant<bool, int, PString>> values = {
+void Scenario::configure(std::string const& number, std::string const& kind,
+                         const wchar_t* action) {
+  const std::pair<const char*, std::variant<bool, int, PString>> values[] = {
       {"name", PUtils::fromUtf8(kind + "1")},
       {"period", 1},
       {"cpu_enabled", kind == "cpu"},
@@ -48,8 +51,7 @@ void Scenario::configure(std::string const& index, std::string const& kind, cons
       {"executable", PUtils::fromUtf8("/bin/" + kind)},
       {"arguments", L"-x yz"},
       {"working_dir", L"/srv"}};
-  for (auto const& [suffix, value] : values)
-    config["watchdog.process." + index + "." + suffix] = value;
+  for (auto const& [key, value] : values) config["watchdog.process." + number + "." + key] = value;
 }
 
 int Scenario::meddle(std::string const& line, int result) {
@@ -72,9 +74,11 @@ void Scenario::narrow(std::string const& name, int& result) {
 }
 
 Lines Scenario::play() {
+  Memory::made = 0;
+  Memory::refused = fFault.allocation;
   start();
   if (service() != nullptr) {
-    for (const char* kind : {"cpu", "mem", "ins", "res"}) {
+    for (std::string const kind : kKinds) {
       for (const int number : {2, 3}) addEntry(kind, number);
     }
     tick(0);
@@ -87,6 +91,7 @@ Lines Scenario::play() {
     const Side side(true);
     fPlugin->decRef();
   }
+  Memory::refused = 0;
   for (Entry* entry : fEntries) {
     if (entry->decRef() != 0) note("an entry is still held");
   }
@@ -137,27 +142,28 @@ void Scenario::addEntry(std::string const& kind, int number) {
   });
   entry->incRef();
   fEntries.push_back(entry);
-  const auto set = [&](auto setter, auto getter, std::string const& value) {
-    const PString text = PUtils::fromUtf8(value);
-    operate("set", 0, [&] {
-      (entry->*setter)(text);
+  using Set = void (Entry::*)(PLiteral const&);
+  using Get = void (Entry::*)(PString&) const;
+  const std::tuple<Set, Get, PString> texts[] = {
+      {&Entry::setName, &Entry::getName, PUtils::fromUtf8(kind + std::to_string(number))},
+      {&Entry::setExecutable, &Entry::getExecutable, PUtils::fromUtf8("/bin/" + kind)},
+      {&Entry::setArguments, &Entry::getArguments, L"-x yz"},
+      {&Entry::setWorkingDir, &Entry::getWorkingDir, L"/srv"}};
+  for (auto const& [set, get, text] : texts) {
+    operate("set", 0, [&, set = set, get = get, &text = text] {
+      (entry->*set)(text);
       PString kept;
-      (entry->*getter)(kept);
+      (entry->*get)(kept);
       return kept == text ? 0 : -1;
     });
-  };
-  set(&Entry::setName, &Entry::getName, kind + std::to_string(number));
-  set(&Entry::setExecutable, &Entry::getExecutable, "/bin/" + kind);
-  set(&Entry::setArguments, &Entry::getArguments, "-x yz");
-  set(&Entry::setWorkingDir, &Entry::getWorkingDir, "/srv");
+  }
+  void (Entry::*const enable[])(bool) = {&Entry::setCpuEnabled, &Entry::setMemEnabled,
+                                         &Entry::setInstEnabled, &Entry::setRespawnEnabled};
+  for (std::size_t i = 0; i < std::size(kKinds); ++i) (entry->*enable[i])(kind == kKinds[i]);
   entry->setPeriod(number == 2 ? 0 : 1);
-  entry->setCpuEnabled(kind == "cpu");
   entry->setCpuLimit(60);
-  entry->setMemEnabled(kind == "mem");
   entry->setMemLimit(6000);
-  entry->setInstEnabled(kind == "ins");
   entry->setInstLimit(1);
-  entry->setRespawnEnabled(kind == "res");
   entry->setRespawnLimit(3);
   operate("addProcessEntry", 0, [&] { return service()->addProcessEntry(entry); });
 }

@@ -20,10 +20,12 @@ struct Memory {
   static inline std::array<std::size_t, 4096> places;  ///< lines before each, from 1 on
 };
 
-/// The call that is line `at` of the journal ends with `result`.
+/// What goes wrong once: a call ends with `result`, or an allocation is refused.
 struct Fault {
+  std::size_t at = 0;  ///< the journal's line that fails, or that memory is needed before
   int result = 0;
-  std::size_t at = 0;
+  long allocation = 0;  ///< its number; 0: none
+  bool isLast = false;  ///< the last allocation before that line
 };
 
 /// What is different about a world in which nothing goes wrong.
@@ -48,7 +50,7 @@ class Scenario final : public ScriptedFramework {
 
   int meddle(std::string const& line, int result) override;
   void narrow(std::string const& name, int& result);
-  void configure(std::string const& index, std::string const& kind, const wchar_t* action);
+  void configure(std::string const& number, std::string const& kind, const wchar_t* action);
   void operate(std::string const& name, int expected, std::function<int()> const& operation);
   void start();
   void addEntry(std::string const& kind, int number);
