@@ -2,7 +2,6 @@
 
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
 
 #include "fuzz/Fuzz.h"
 #include "host/check/WatchdogKeys.h"
@@ -43,13 +42,9 @@ struct MadeWatchdog : IChanges {
   WatchView view;
 };
 
-const std::map<unsigned int, std::set<std::string>> kErrors = {
-    {400, {"bad_request", "unknown_field", "bad_value"}},
-    {404, {"not_found"}},
-    {405, {"bad_method"}},
-    {409, {"conflict"}},
-    {413, {"too_large"}},
-    {422, {"refused"}}};
+const std::map<std::string, unsigned int> kErrors = {
+    {"bad_request", 400}, {"unknown_field", 400}, {"bad_value", 400}, {"not_found", 404},
+    {"bad_method", 405},  {"conflict", 409},      {"too_large", 413}, {"refused", 422}};
 
 void requireRight(HttpAnswer const& answer, HttpRequest const& request) {
   if (answer.stream) {
@@ -61,7 +56,7 @@ void requireRight(HttpAnswer const& answer, HttpRequest const& request) {
     if (answer.type == "application/json") REQUIRE(json::parse(answer.body).is_object());
     REQUIRE((answer.status == 201) == (request.method == "POST"));
   } else {
-    REQUIRE(kErrors.at(answer.status).contains(json::parse(answer.body)["error"]["code"]));
+    REQUIRE(kErrors.at(json::parse(answer.body)["error"]["code"]) == answer.status);
   }
   REQUIRE((answer.status == 405) == !answer.allow.empty());
 }
@@ -91,7 +86,7 @@ void requireSameWhenWrittenAnew(std::string const& text) {
 
 }  // namespace
 
-void fuzzApi(std::string_view input) {
+FUZZ_TARGET(api) {
   static const FakeProc proc;
   static const bool isMade = (proc.add(20, {"nginx", 'R'}), true);
   REQUIRE(isMade);
@@ -107,7 +102,9 @@ void fuzzApi(std::string_view input) {
   for (int i = 0; i < 4; ++i) sources.journal->append({});
   sources.journal->close();
   const ControlApi api(std::move(sources));
-  for (Input rest(input); !rest.rest().empty();) {
+  Input rest(input);
+  // Most of a text of random bytes would be requests that are refused at once.
+  for (int count = 0; count < 4 && !rest.rest().empty(); ++count) {
     HttpRequest request;
     request.method = rest.upTo(" ");
     request.target = rest.upTo("\n");

@@ -37,7 +37,7 @@ std::string quoted(std::string const& piece, unsigned int ways) {
 
 }  // namespace
 
-void fuzzCommandLine(std::string_view input) {
+FUZZ_TARGET(command_line) {
   std::vector<std::string> words;
   splitCommandLine(input, words);
 

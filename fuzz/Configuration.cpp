@@ -23,26 +23,24 @@ namespace {
 
 /// Nobody runs, and nothing is started.
 struct NoProcesses : IProcessUtilities {
-  using Pids = std::vector<unsigned int>;
-  int find(std::string const&, Pids&, Pids&) override { return PResult::notFound; }
-  int getCPUUsage(unsigned int, unsigned int&) override { return PResult::notFound; }
-  int getMemoryUsage(unsigned int, unsigned long long&) override { return PResult::notFound; }
-  int isRunning(unsigned int, bool&) override { return PResult::notFound; }
-  int kill(unsigned int) override { return PResult::notFound; }
-  int start(std::string const&, std::string const&, std::string const&, unsigned int&) override {
-    return PResult::notFound;
-  }
+  using Pid = unsigned int;
+  using Text = std::string const&;
+  int find(Text, std::vector<Pid>&, std::vector<Pid>&) override { return PResult::notFound; }
+  int getCPUUsage(Pid, unsigned int&) override { return PResult::notFound; }
+  int getMemoryUsage(Pid, unsigned long long&) override { return PResult::notFound; }
+  int isRunning(Pid, bool&) override { return PResult::notFound; }
+  int kill(Pid) override { return PResult::notFound; }
+  int start(Text, Text, Text, Pid&) override { return PResult::notFound; }
 };
 
 /// Or where the text ends, behind its last newline.
 bool isInside(std::string_view text, FilePosition at) {
   Input rest(text);
-  std::string line = rest.upTo("\n");
-  for (unsigned int number = 1; number < at.line; ++number) {
-    if (rest.rest().empty() && !text.ends_with('\n')) return false;
-    line = rest.upTo("\n");
+  for (unsigned int line = 1; line < at.line; ++line) {
+    if (rest.rest().find('\n') == std::string_view::npos) return false;
+    rest.upTo("\n");
   }
-  return at.line >= 1 && at.column >= 1 && at.column <= line.size() + 2;
+  return at.line >= 1 && at.column >= 1 && at.column <= rest.upTo("\n").size() + 2;
 }
 
 void requireInRange(HostSettings const& settings) {
@@ -101,7 +99,7 @@ bool isOfAnotherFile(Finding const& finding) {
 
 }  // namespace
 
-void fuzzConfiguration(std::string_view input) {
+FUZZ_TARGET(configuration) {
   static const TemporaryFolder folder;
   Options options;
   options.configFile = folder.path("v.toml");

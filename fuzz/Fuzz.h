@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -43,35 +43,23 @@ class Input {
   std::string_view fRest;
 };
 
-struct FuzzTarget {
-  std::string_view name;
-  void (*run)(std::string_view input);
-};
+using FuzzTarget = void (*)(std::string_view input);
 
-void fuzzApi(std::string_view input);
-void fuzzCommandLine(std::string_view input);
-void fuzzConfiguration(std::string_view input);
-void fuzzHttp(std::string_view input);
-void fuzzLog(std::string_view input);
-void fuzzMatch(std::string_view input);
-void fuzzRestarts(std::string_view input);
-void fuzzStat(std::string_view input);
+inline std::map<std::string_view, FuzzTarget>& fuzzTargets() {
+  static std::map<std::string_view, FuzzTarget> targets;
+  return targets;
+}
 
-inline constexpr std::array<FuzzTarget, 8> kFuzzTargets = {{
-    {"api", fuzzApi},
-    {"command_line", fuzzCommandLine},
-    {"configuration", fuzzConfiguration},
-    {"http", fuzzHttp},
-    {"log", fuzzLog},
-    {"match", fuzzMatch},
-    {"restarts", fuzzRestarts},
-    {"stat", fuzzStat},
-}};
+/// Begins a target of this name.
+#define FUZZ_TARGET(name)                                \
+  static void name##Target(std::string_view input);      \
+  [[maybe_unused]] static const bool name##IsThere =     \
+      fuzzTargets().emplace(#name, name##Target).second; \
+  static void name##Target(std::string_view input)
 
-inline FuzzTarget const& fuzzTarget(const char* name) {
-  for (FuzzTarget const& target : kFuzzTargets) {
-    if (name != nullptr && target.name == name) return target;
-  }
+inline FuzzTarget fuzzTarget(const char* name) {
+  const auto found = fuzzTargets().find(name != nullptr ? name : "");
+  if (found != fuzzTargets().end()) return found->second;
   std::fputs("no such target\n", stderr);
   std::exit(2);
 }

@@ -3,6 +3,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <array>
+
 #include "fuzz/Fuzz.h"
 #include "host/control/HttpListener.h"
 
@@ -51,7 +53,7 @@ struct Server {
 
 }  // namespace
 
-void fuzzHttp(std::string_view input) {
+FUZZ_TARGET(http) {
   static Server server;
   const std::string text = server.ask(input);
   REQUIRE(text.empty() || text.starts_with("HTTP/1."));

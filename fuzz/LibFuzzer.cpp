@@ -5,7 +5,7 @@
 #include "fuzz/Fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  static FuzzTarget const& target = fuzzTarget(std::getenv("VESK_FUZZ_TARGET"));
-  target.run({reinterpret_cast<const char*>(bytes), size});
+  static const FuzzTarget target = fuzzTarget(std::getenv("VESK_FUZZ_TARGET"));
+  target({reinterpret_cast<const char*>(bytes), size});
   return 0;
 }

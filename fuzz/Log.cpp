@@ -31,7 +31,7 @@ void requirePrintable(std::string_view shown, std::string_view raw) {
 
 }  // namespace
 
-void fuzzLog(std::string_view input) {
+FUZZ_TARGET(log) {
   requirePrintable(printable(input), input);
   const PString wide = wideOf(input);
   const PString name = PUtils::fromUtf8(input);

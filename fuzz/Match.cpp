@@ -6,7 +6,7 @@
 #include "host/control/JsonViews.h"
 #include "tests/host/process/FakeProc.h"
 
-void fuzzMatch(std::string_view input) {
+FUZZ_TARGET(match) {
   static const FakeProc proc;
   static const ProcessTree tree(proc.path());
   constexpr std::string_view kNull("\0", 1);

@@ -24,7 +24,7 @@ void requireSame(ProcessStat const& stat, FakeProcess const& process) {
 
 }  // namespace
 
-void fuzzStat(std::string_view input) {
+FUZZ_TARGET(stat) {
   CpuMeter meter(100);
   ProcessStat stat;
   if (ProcessTree::parseStat(input, stat) == 0) {
