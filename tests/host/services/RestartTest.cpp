@@ -179,8 +179,8 @@ TEST(Restart, IsRememberedFromBootToBootAndItsCauseIsShown) {
 TEST(Restart, WithoutARecordKeepsToItsShareOfTheWindow) {
   const std::string good = "vesk-restarts 1\n1 1 x y\n";
   for (std::string const& content :
-       {std::string(), good + "1 1 x", good + std::string(65536, ' '), std::string("link"),
-        std::string("none"), std::string("unwritable")}) {
+       {std::string(), good + "1 1 x", good + "1 -1 x y\n", good + std::string(65536, ' '),
+        std::string("link"), std::string("none"), std::string("unwritable")}) {
     Machine machine;
     const std::string folder = machine.folder.path("state");
     if (content == "link") {
