@@ -12,11 +12,6 @@
 #include <regex>
 #include <sstream>
 
-#include "framework/IConfigManager.h"
-#include "framework/IEventDispatcher.h"
-#include "framework/IExtCounters.h"
-#include "framework/ILogger.h"
-#include "framework/IOSRestart.h"
 #include "framework/PConditionalVar.h"
 #include "framework/PProcess.h"
 #include "framework/PTime.h"

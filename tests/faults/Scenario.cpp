@@ -149,14 +149,16 @@ void Scenario::addEntry(std::string const& kind, int number) {
       {&Entry::setExecutable, &Entry::getExecutable, PUtils::fromUtf8("/bin/" + kind)},
       {&Entry::setArguments, &Entry::getArguments, L"-x yz"},
       {&Entry::setWorkingDir, &Entry::getWorkingDir, L"/srv"}};
-  for (auto const& [set, get, text] : texts) {
-    operate("set", 0, [&, set = set, get = get, &text = text] {
-      (entry->*set)(text);
+  operate("set", 0, [&] {
+    bool isKept = true;
+    for (auto const& [set, get, text] : texts) {
       PString kept;
+      (entry->*set)(text);
       (entry->*get)(kept);
-      return kept == text ? 0 : -1;
-    });
-  }
+      isKept = isKept && kept == text;
+    }
+    return isKept ? 0 : -1;
+  });
   void (Entry::*const enable[])(bool) = {&Entry::setCpuEnabled, &Entry::setMemEnabled,
                                          &Entry::setInstEnabled, &Entry::setRespawnEnabled};
   for (std::size_t i = 0; i < std::size(kKinds); ++i) (entry->*enable[i])(kind == kKinds[i]);

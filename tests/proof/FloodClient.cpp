@@ -14,7 +14,6 @@
 class FloodClient : public Counted<IEventListener> {
  public:
   int start() {
-    fUntil = std::getenv("FLOOD_UNTIL");
     obtainInstance(ID_ILOGGER, fLog);
     obtainInstance(ID_IEVENTDISPATCHER, fEvents);
     if (fUntil == nullptr || !fLog || !fEvents) return PResult::notFound;
@@ -53,7 +52,7 @@ class FloodClient : public Counted<IEventListener> {
 
   PBaseptr<ILogger> fLog;
   PBaseptr<IEventDispatcher> fEvents;
-  const char* fUntil = nullptr;
+  const char* const fUntil = std::getenv("FLOOD_UNTIL");
   std::atomic<bool> fIsOver = false;
   std::thread fThread;
 };
