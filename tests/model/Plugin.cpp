@@ -3,6 +3,7 @@
 // waits, where nobody holds the mutex.
 
 #include <cstdarg>
+#include <cwchar>
 
 #include "framework/IConfigManager.h"
 #include "framework/IOSRestart.h"
@@ -22,6 +23,7 @@ int gReferences;  ///< to services
 std::function<void()> gWorker;
 
 std::string narrow(PLiteral const& text) { return {text.c_str(), text.c_str() + text.length()}; }
+std::wstring wide(std::string const& text) { return {text.begin(), text.end()}; }
 
 /// What a worker asks or does is asked and done under the lock.
 World& world() {
@@ -29,48 +31,24 @@ World& world() {
   return *gWorld;
 }
 
-void format(const wchar_t* text, std::va_list values) {
-  ++gWorld->seen.messages[text];
-  for (; *text != 0; ++text) {
-    if (*text != L'%') {
-      gWorld->journal += static_cast<char>(*text);
-      continue;
-    }
-    int longs = 0;
-    while (*++text == L'l') ++longs;
-    if (*text == L's' && longs == 1) {
-      gWorld->put(narrow(va_arg(values, const wchar_t*)));
-    } else if (*text == L's') {
-      gWorld->put(va_arg(values, const char*));
-    } else if (*text == L'p') {
-      gWorld->put(reinterpret_cast<std::uintptr_t>(va_arg(values, void*)));
-    } else if (*text == L'd' || *text == L'i') {
-      gWorld->put(va_arg(values, int));
-    } else if (longs == 0) {
-      gWorld->put(va_arg(values, unsigned int));
-    } else {
-      gWorld->put(longs == 1 ? va_arg(values, unsigned long) : va_arg(values, unsigned long long));
-    }
-  }
-  gWorld->journal += '\n';
-}
-
 /// All services in one object.
 struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounters, IOSRestart {
   int incRef() override { return ++gReferences; }
-  int decRef() override { return --gReferences; }
+  int decRef() override { return gWorld->say("release"), --gReferences; }
 
   int init(PLiteral const& logName) override { return gWorld->say("init %", narrow(logName)), 0; }
   int setLevel(LogLevelEnum) override { return -1; }
   LogLevelEnum getLevel() const override { return logDebug; }
   int flush() override { return -1; }
 #define LOG_OPERATION(level)                                     \
-  int level(int category, const wchar_t* text, ...) override {   \
-    gWorld->put(category == 0 ? #level " " : "wrong category "); \
+  int level(int category, const wchar_t* format, ...) override { \
+    wchar_t text[256] = {};                                      \
     std::va_list values;                                         \
-    va_start(values, text);                                      \
-    format(text, values);                                        \
+    va_start(values, format);                                    \
+    std::vswprintf(text, std::size(text), format, values);       \
     va_end(values);                                              \
+    ++gWorld->seen[format];                                      \
+    gWorld->say(category == 0 ? #level " %" : "wrong %", text);  \
     return 0;                                                    \
   }
   LOG_OPERATION(info)
@@ -81,7 +59,7 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override {
     if (!(id == L"veskp.watchdog.process")) return -1;
     config = this;
-    return 0;
+    return gWorld->say("loadByID"), 0;
   }
   int getID(PString&) const override { return -1; }
   bool contains(PLiteral const&) const override { return false; }
@@ -92,7 +70,7 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
     return value ? 0 : World::kNotFound;
   }
   int getString(PLiteral const& key, PString& out) override {
-    return get("getString", key, [&](long long value) { out = wide(value).c_str(); });
+    return get("getString", key, [&](long long value) { out = wide(text(value)).c_str(); });
   }
   int getInt(PLiteral const& key, int& out) override {
     return get("getInt", key, [&](long long value) { out = static_cast<int>(value); });
@@ -119,12 +97,48 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
   }
   int getValue(PLiteral const&, unsigned long long&) const override { return -1; }
   int restart(int mode) override { return world().call(World::restart, 0, mode); }
-
-  static std::wstring wide(std::string const& text) { return {text.begin(), text.end()}; }
-  static std::wstring wide(long long number) { return wide(text(number)); }
 };
 
-std::wstring wide(std::string const& text) { return Services::wide(text); }
+using E = IProcessWatchdogEntry;
+struct Setting {
+  void (*set)(E&, long long);
+  long long (*get)(E const&);
+};
+template <auto kSet, auto kGet>
+constexpr Setting setting() {
+  if constexpr (requires(E const& entry) { (entry.*kGet)(); }) {
+    return {[](E& entry, long long value) {
+              (entry.*kSet)(static_cast<decltype((entry.*kGet)())>(value));
+            },
+            [](E const& entry) { return static_cast<long long>((entry.*kGet)()); }};
+  } else {
+    return {[](E& entry, long long value) { (entry.*kSet)(wide(text(value)).c_str()); },
+            [](E const& entry) {
+              PString words;
+              (entry.*kGet)(words);
+              return numberOf(narrow(words));
+            }};
+  }
+}
+/// As in `kSettings`.
+#define SETTING(Name) setting<&E::set##Name, &E::get##Name>()
+constexpr Setting kAll[] = {SETTING(Name),
+                            SETTING(Period),
+                            SETTING(CpuEnabled),
+                            SETTING(CpuLimit),
+                            SETTING(MemEnabled),
+                            SETTING(MemLimit),
+                            SETTING(InstEnabled),
+                            SETTING(InstLimit),
+                            SETTING(RespawnEnabled),
+                            SETTING(RespawnLimit),
+                            SETTING(ShouldCountOnlyDiffParents),
+                            SETTING(ShouldCountOnlyRunning),
+                            SETTING(ShouldSendEvent),
+                            SETTING(Action),
+                            SETTING(Executable),
+                            SETTING(Arguments),
+                            SETTING(WorkingDir)};
 
 class Plugin : public Subject {
  public:
@@ -142,32 +156,7 @@ class Plugin : public Subject {
     fSlots[slot] = instance<IProcessWatchdogEntry>(ID_IPROCESSWATCHDOGENTRY);
   }
   void set(long long slot, long long setting, long long value) override {
-    IProcessWatchdogEntry& entry = *fSlots[slot];
-    const bool on = value != 0;
-    const auto number = static_cast<unsigned int>(value);
-    const std::wstring words =
-        setting == 0 || setting > 13 ? Services::wide(value) : std::wstring();
-    switch (setting) {
-      // clang-format off
-      case 0: return entry.setName(words.c_str());
-      case 1: return entry.setPeriod(number);
-      case 2: return entry.setCpuEnabled(on);
-      case 3: return entry.setCpuLimit(static_cast<char>(value));
-      case 4: return entry.setMemEnabled(on);
-      case 5: return entry.setMemLimit(static_cast<unsigned long long>(value));
-      case 6: return entry.setInstEnabled(on);
-      case 7: return entry.setInstLimit(number);
-      case 8: return entry.setRespawnEnabled(on);
-      case 9: return entry.setRespawnLimit(static_cast<int>(value));
-      case 10: return entry.setShouldCountOnlyDiffParents(on);
-      case 11: return entry.setShouldCountOnlyRunning(on);
-      case 12: return entry.setShouldSendEvent(on);
-      case 13: return entry.setAction(static_cast<ProcessWatchdogActionEnum>(number));
-      case 14: return entry.setExecutable(words.c_str());
-      case 15: return entry.setArguments(words.c_str());
-      case 16: return entry.setWorkingDir(words.c_str());
-        // clang-format on
-    }
+    kAll[setting].set(*fSlots[slot], value);
   }
   int add(long long slot) override {
     return service().addProcessEntry(slot == kSlots ? nullptr : fSlots[slot].get());
@@ -176,10 +165,13 @@ class Plugin : public Subject {
     return service().removeProcessEntry(wide(name).c_str());
   }
   int info(std::string const& name) override {
+    gWorld->say("contains %", service().containsProcess(wide(name).c_str()));
     IProcessWatchdogInfo* info = nullptr;
     const int res = service().getProcessInfo(wide(name).c_str(), info);
     if (!info) return res;
-    gWorld->say("action %", unsigned{info->getAction()});
+    const auto holds = [info](auto& slot) { return slot.get() == info; };
+    gWorld->say("slot %", std::find_if(fSlots, std::end(fSlots), holds) - fSlots);
+    for (auto const& setting : kAll) gWorld->say("%", setting.get(*static_cast<E*>(info)));
     return res;
   }
 
@@ -221,13 +213,16 @@ int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
   return res == World::kGivesNone ? 0 : res;
 }
 
-PMutex::~PMutex() = default;
-int PMutex::init(bool recursive) noexcept { return recursive ? 0 : -1; }
+PMutex::~PMutex() { gWorld->say("~PMutex"); }
+int PMutex::init(bool recursive) noexcept {
+  gWorld->say("mutex init");
+  return recursive ? 0 : -1;
+}
 int PMutex::lock() noexcept { return ++gHeld, 0; }
 int PMutex::unlock() noexcept { return --gHeld, 0; }
 
-PConditionalVar::~PConditionalVar() = default;
-int PConditionalVar::init() noexcept { return 0; }
+PConditionalVar::~PConditionalVar() { gWorld->say("~PConditionalVar"); }
+int PConditionalVar::init() noexcept { return gWorld->say("cond init"), 0; }
 int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
   world().say("wait %", timeoutMs);
   mutex->unlock();
@@ -237,37 +232,43 @@ int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
 }
 int PConditionalVar::notifyAll() noexcept { return gWorld->say("notifyAll"), 0; }
 
-PThread::~PThread() = default;
+PThread::~PThread() { gWorld->say("~PThread"); }
 int PThread::pcreate(StartRoutine routine, void* argument) noexcept {
   gWorker = [routine, argument] { routine(argument); };
-  return 0;
+  return gWorld->say("pcreate"), 0;
 }
 int PThread::pjoin(void*&) noexcept {
+  gWorld->say("pjoin");
   if (gWorker) std::exchange(gWorker, nullptr)();
   return 0;
 }
-int PThread::pdetach() noexcept { return 0; }
+int PThread::pdetach() noexcept { return gWorld->say("pdetach"), 0; }
 void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(17); }
 void* PThread::getCurrentThreadId() noexcept { return reinterpret_cast<void*>(34); }
 int PThread::setName(const char* name) noexcept { return gWorld->say("setName %", name), 0; }
 
 long long PTime::getTickCount() noexcept { return world().now(); }
-long long PTime::getTickCountDiff(long long from, long long to) noexcept {
-  return World::difference(from, to);
-}
+long long PTime::getTickCountDiff(long long from, long long to) noexcept { return to - from; }
 
 int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
                    std::vector<unsigned int>& parentPids) noexcept {
-  return world().look(narrow(name), pids, parentPids);
+  return world().look(numberOf(narrow(name)), pids, parentPids);
+}
+template <class Value>
+static int read(World::Call which, unsigned int pid, Value& value) {
+  unsigned long long reading = value;
+  const int res = world().read(which, pid, reading);
+  value = static_cast<Value>(reading);
+  return res;
 }
 int PProcess::getCPUUsage(unsigned int pid, unsigned int& percent) noexcept {
-  return world().read(World::cpu, pid, &World::Process::cpu, percent);
+  return read(World::cpu, pid, percent);
 }
 int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept {
-  return world().read(World::mem, pid, &World::Process::mem, kib);
+  return read(World::mem, pid, kib);
 }
 int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
-  return world().read(World::isRunning, pid, &World::Process::running, running);
+  return read(World::isRunning, pid, running);
 }
 int PProcess::kill(unsigned int pid) noexcept { return world().end(pid); }
 int PProcess::start(PLiteral const& executable, PLiteral const& arguments,

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <climits>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,61 +16,74 @@
 /// All texts of a history, which names them by number.
 inline constexpr const char* kTexts[] = {"",     "web",       "Web",     "we",        "web 2",
                                          "none", "terminate", "restart", "osrestart", "restart "};
-inline const char* text(long long number) {
-  return kTexts[static_cast<unsigned long long>(number) % std::size(kTexts)];
+inline std::string text(long long number) { return kTexts[number]; }
+inline long long numberOf(std::string_view text) {
+  return std::find(std::begin(kTexts), std::end(kTexts), text) - kTexts;
 }
-/// The settings of an entry as keys, in the order of their getters; one more for all entries.
-inline constexpr const char* kSettings[] = {".name",
-                                            ".period",
-                                            ".cpu_enabled",
-                                            ".cpu_limit",
-                                            ".mem_enabled",
-                                            ".mem_limit",
-                                            ".inst_enabled",
-                                            ".inst_limit",
-                                            ".respawn_enabled",
-                                            ".respawn_limit",
-                                            ".count_only_diff_parents",
-                                            ".count_only_running",
-                                            ".send_event",
-                                            ".action",
-                                            ".executable",
-                                            ".arguments",
-                                            ".working_dir",
-                                            ".sample_time"};
-enum {
-  kName,
-  kPeriod,
-  kCpuLimit = 3,
-  kMemLimit = 5,
-  kInstLimit = 7,
-  kRespawnLimit = 9,
-  kAction = 13,
-  kSampleTime = 17
-};
 
-/// How often what happened in all histories.
-struct Counts {
-  std::map<std::string_view, unsigned long> situations;
-  std::unordered_map<const wchar_t*, unsigned long> messages;  ///< by format
-};
+using Pool = std::vector<long long>;  ///< values to choose from
+inline constexpr long long kAbsent = LLONG_MIN;
+// clang-format off
+inline const Pool kSwitch = {0, 1}, kMostlyOn = {0, 1, 1}, kAnyName = {0, 1, 1, 1, 2, 3, 4},
+    kWords = {0, 1, 4, 9},
+    kLoads = {0, 1, 2, 3, 4, 5, 6, 7, 8, 50, 100, 255, 256, UINT_MAX, LLONG_MAX, -1},
+    kNumberKey = {kAbsent, -1, 0, 1, 1, 2, 2, 3, 5, 100, 101, 356, INT_MIN, INT_MAX},
+    kSwitchKey = {kAbsent, 0, 1, 1, 1}, kWordKey = {kAbsent, 0, 1, 4, 9};
+
+/// The settings of an entry in the order of their getters; the last one is of all entries.
+enum { kName, kPeriod, kCpuEnabled, kCpuLimit, kMemEnabled, kMemLimit, kInstEnabled, kInstLimit,
+       kRespawnEnabled, kRespawnLimit, kOnlyDiffParents, kOnlyRunning, kSendEvent, kAction,
+       kExecutable, kArguments, kWorkingDir, kSampleTime };
+inline const struct {
+  const char *key, *read;  ///< and the operation that reads it
+  long long initial;
+  Pool tried, configured;  ///< by clients, and in the configuration
+  long long least = kAbsent, most = INT_MAX;  ///< configured, or else:
+  const char* otherwise = "";
+} kSettings[] = {
+  {".name", "getString", 0, kAnyName, {kAbsent, 0, 1, 1, 2, 3, 4}},
+  {".period", "getInt", 5, {0, 1, 1, 2, 2, 2, 3, 4294968, 4294969, 2147483648, UINT_MAX},
+   kNumberKey, 1, INT_MAX, "setting to 1"},
+  {".cpu_enabled", "getBool", 0, kMostlyOn, kSwitchKey},
+  {".cpu_limit", "getInt", 0, {0, 1, 2, 3, 4, 5, 6, 50, 100, 200, 255}, kNumberKey, 0, 100,
+   "disabling CPU monitoring"},
+  {".mem_enabled", "getBool", 0, kMostlyOn, kSwitchKey},
+  {".mem_limit", "getInt", 0, kLoads, kNumberKey, 0, INT_MAX, "disabling memory monitoring"},
+  {".inst_enabled", "getBool", 0, kMostlyOn, kSwitchKey},
+  {".inst_limit", "getInt", 0, {0, 1, 1, 2, 2, 3, 4, 2147483648, UINT_MAX}, kNumberKey, 0,
+   INT_MAX, "disabling instance monitoring"},
+  {".respawn_enabled", "getBool", 0, kSwitch, kSwitchKey},
+  {".respawn_limit", "getInt", -1, {-1, 0, 1, 1, 2, 2, 3, 4, INT_MIN, INT_MAX}, kNumberKey, 1,
+   INT_MAX, "disabling process respawn monitoring"},
+  {".count_only_diff_parents", "getBool", 0, kSwitch, kSwitchKey},
+  {".count_only_running", "getBool", 0, kSwitch, kSwitchKey},
+  {".send_event", "getBool", 1, kMostlyOn, kSwitchKey},
+  {".action", "getString", 0, {0, 1, 1, 2, 2, 3, 4, UINT_MAX}, {kAbsent, 5, 6, 7, 8, 9}},
+  {".executable", "getString", 0, kWords, kWordKey},
+  {".arguments", "getString", 0, kWords, kWordKey},
+  {".working_dir", "getString", 0, kWords, kWordKey},
+  {".sample_time", "getInt", 2, {}, kNumberKey}};
+// clang-format on
+
+/// How often which message was logged, which call failed and what else was seen.
+using Counts = std::unordered_map<std::wstring_view, unsigned long>;
 
 /// What a watchdog lives in: processes, a clock, a configuration, services, and all of it
 /// may fail. What the watchdog asks, does and says becomes a line of the journal. The plug-in
 /// has one world and the model another; the same history is played in both.
 struct World {
   enum Call { find, isRunning, cpu, mem, kill, start, event, increment, restart, lookup };
-  static constexpr const char* kCalls[] = {"find",  "isRunning", "cpu",       "mem",     "kill",
-                                           "start", "event",     "increment", "restart", "lookup"};
+  static constexpr const wchar_t* kCalls[] = {L"find",    L"isRunning", L"cpu",   L"mem",
+                                              L"kill",    L"start",     L"event", L"increment",
+                                              L"restart", L"lookup"};
   enum Service { logger = 3, dispatcher, counters, osRestart };
   static constexpr int kNotFound = -504, kTimedOut = -733, kGivesNone = 1000;
   static constexpr std::size_t kMost = 8;  ///< processes that starting makes
 
   struct Process {
-    unsigned int pid, parent = 1, cpu = 0;
-    unsigned long long mem = 0;
-    bool running = true;
+    unsigned int pid, parent = 1;
     long long name = 1;
+    unsigned long long readings[3] = {1, 0, 0};  ///< from isRunning on
   };
   struct Fault {
     long long call, about;  ///< a pid, a name's number or a service; 0 for all
@@ -84,8 +99,7 @@ struct World {
                                              {"watchdog.process.inst_enabled", 1},
                                              {"watchdog.process.sample_time", 2}};
   long long clock = 1000, drift = 0;  ///< ms; every reading moves the clock by `drift`
-  Process child = {100};              ///< the next program started
-  bool killSpares = false;            ///< killing succeeds, and the process stays
+  unsigned int nextPid = 100;         ///< of the next program started
   std::function<int()> play;          ///< what happens during a wait; its result
   std::string journal;
   Counts& seen;
@@ -112,13 +126,17 @@ struct World {
     }
   }
 
+  void put(const wchar_t* text) {
+    for (; *text != 0; ++text) journal += static_cast<char>(*text);
+  }
+
   /// One call to the outside. @return what it was told to, or `otherwise`.
   template <class Text>
   int call(Call which, long long about, Text const& text, int otherwise = 0) {
     say("% %", kCalls[which], text);
     for (Fault const& fault : faults) {
       if (fault.call != which || (fault.about != 0 && fault.about != about)) continue;
-      ++seen.situations[kCalls[which]];
+      ++seen[kCalls[which]];
       return fault.result;
     }
     return otherwise;
@@ -130,36 +148,35 @@ struct World {
   int callFor(Call which, unsigned int pid) {
     return call(which, pid, pid, process(pid) != processes.end() ? 0 : kNotFound);
   }
-  int look(std::string_view name, std::vector<unsigned int>& pids,
-           std::vector<unsigned int>& parents) {
+  int look(long long name, std::vector<unsigned int>& pids, std::vector<unsigned int>& parents) {
     for (Process const& each : processes) {
-      if (name != text(each.name)) continue;
+      if (name != each.name) continue;
       pids.push_back(each.pid);
       parents.push_back(each.parent);
     }
-    const auto number = std::find(std::begin(kTexts), std::end(kTexts), name) - kTexts;
-    const int res = call(find, number, name, pids.empty() ? kNotFound : 0);
+    const int res = call(find, name, text(name), pids.empty() ? kNotFound : 0);
     if (res == kNotFound) pids.clear(), parents.clear();
     return res;
   }
   /// A failed reading with an odd result leaves a value all the same.
-  template <class Value>
-  int read(Call which, unsigned int pid, Value Process::*field, Value& value) {
+  int read(Call which, unsigned int pid, unsigned long long& value) {
     const int res = callFor(which, pid);
-    if (process(pid) != processes.end() && (res == 0 || res % 2 != 0)) value = *process(pid).*field;
+    const auto found = process(pid);
+    if (found != processes.end() && (res == 0 || res % 2 != 0))
+      value = found->readings[which - isRunning];
     return res;
   }
   int end(unsigned int pid) {
     const int res = callFor(kill, pid);
-    if (res == 0 && !killSpares && process(pid) != processes.end()) processes.erase(process(pid));
+    if (res == 0 && process(pid) != processes.end()) processes.erase(process(pid));
     return res;
   }
   int launch(std::string const& command, unsigned int& pid) {
     const int res = call(start, 0, command);
     if (res != 0) return res;
-    while (child.pid == 0 || process(child.pid) != processes.end()) ++child.pid;
-    if (processes.size() < kMost) processes.push_back(child);
-    pid = child.pid++;
+    while (process(nextPid) != processes.end()) ++nextPid;
+    if (processes.size() < kMost) processes.push_back({nextPid});
+    pid = nextPid++;
     return res;
   }
   /// Null where there is no such key.
@@ -168,15 +185,7 @@ struct World {
     const auto found = config.find(key);
     return found != config.end() ? &found->second : nullptr;
   }
-  long long now() {
-    const long long reading = clock;
-    __builtin_add_overflow(clock, drift, &clock);
-    return reading;
-  }
-  static long long difference(long long from, long long to) {
-    __builtin_sub_overflow(to, from, &to);
-    return to;
-  }
+  long long now() { return std::exchange(clock, clock + drift); }
 };
 
 /// A watchdog as a history handles it.
@@ -190,7 +199,7 @@ struct Subject {
   virtual void set(long long slot, long long setting, long long value) = 0;
   virtual int add(long long slot) = 0;
   virtual int remove(std::string const& name) = 0;
-  virtual int info(std::string const& name) = 0;  ///< puts the action into the journal
+  virtual int info(std::string const& name) = 0;  ///< puts the entry into the journal
 };
 
 std::unique_ptr<Subject> makePlugin(World& world);

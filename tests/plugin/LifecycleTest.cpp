@@ -1,4 +1,4 @@
-// The plug-in object and its service: start, worker thread, failures and end.
+// What no history of the watchdog's leads to: other identifiers, a second start, large limits.
 
 #include <memory>
 
@@ -6,7 +6,13 @@
 
 namespace {
 
-class Lifecycle : public PluginFixture {};
+class Lifecycle : public PluginFixture {
+ protected:
+  int meddle(std::string const& line, int result) override {
+    return fRefusesNumbers && line.starts_with("getInt") ? throwsBadAlloc : result;
+  }
+  bool fRefusesNumbers = false;
+};
 
 TEST_F(Lifecycle, TouchesNothingBeforeTheStartAndRefusesOtherIdentifiers) {
   unsigned int count = 0;
@@ -23,67 +29,32 @@ TEST_F(Lifecycle, TouchesNothingBeforeTheStartAndRefusesOtherIdentifiers) {
   EXPECT_EQ(take(), "");
 }
 
-TEST_F(Lifecycle, StartsTicksAndEndsInOrder) {
-  config["watchdog.process.1.name"] = L"web";
-  config["watchdog.process.sample_time"] = 2147483647;  // a product of 32 bits
-  start();
-  tick(PResult::ok);  // woken for no reason: an early tick
-  EXPECT_EQ(take("(?!get|debug \\[_dump|debug \t)"), R"(
-instance com.telmor.vesk.logger
-init veskp.watchdog.process.log
-cond init
-mutex init recursive
-instance com.telmor.vesk.config.manager
-loadByID veskp.watchdog.process
-release
-release
-instance com.telmor.vesk.eventdispatcher
-instance com.telmor.vesk.extcounters
-pcreate
-debug [init] Started watchdog thread (id=0x11)
-setName [PProcessWatchdog]
-debug [_watchdogThreadProc] Starting process watchdog loop (current thread id = 0x22)
-find web
-wait 4294966296
-find web
-wait 4294966296
-)");
-  EXPECT_EQ(end(), R"(
-notifyAll
-debug [__stopWatchdog] Waiting for the watchdog thread to finish
-pjoin
-debug [_watchdogThreadProc] Thread loop finished
-debug [__stopWatchdog] Detaching fWatchdogThread thread...
-pdetach
-debug [__stopWatchdog] Finished waiting for the watchdog thread
-release
-release
-~PConditionalVar
-~PMutex
-~PThread
-release
-)");
-}
-
-TEST_F(Lifecycle, StartsNoWorkerWithoutMonitoring) {
-  for (const char* key : {"cpu_enabled", "mem_enabled", "inst_enabled"}) {
-    config["watchdog.process." + std::string(key)] = false;
-  }
-  start();
-  EXPECT_EQ(take("info|pcreate"),
-            "\ninfo [init] All monitoring disabled, not starting the thread\n");
-  EXPECT_EQ(end("[^~r]"), "");
-}
-
 TEST_F(Lifecycle, FailedStartLeavesWhatAClientHolds) {
   start();
   PBaseptr<IProcessWatchdog> held;
   held = service();
-  results = {{"getInt", throwsBadAlloc}};
+  fRefusesNumbers = true;
   EXPECT_EQ(fPlugin->init(), -12);
   EXPECT_EQ(service(), nullptr);
   EXPECT_EQ(references, 3);  // the held one's
   EXPECT_EQ(tickAfter(0), "\nwait 2000\n");
+}
+
+TEST_F(Lifecycle, DumpsAsMuchOfAMemoryLimitAsItsFormatHolds) {
+  for (const char* key : {"cpu_enabled", "mem_enabled", "inst_enabled"}) {
+    config["watchdog.process." + std::string(key)] = false;
+  }
+  PBaseptr<PProcessWatchdog> watchdog;
+  watchdog = new PProcessWatchdog;
+  constexpr unsigned long long kLimit = 5'000'000'000;
+  const Entry entry = newEntry(L"large");
+  entry->setMemLimit(kLimit);
+  ASSERT_EQ(watchdog->init(), 0);
+  ASSERT_EQ(watchdog->addProcessEntry(entry.get()), 0);
+  ASSERT_EQ(watchdog->init(), 0);
+  EXPECT_EQ(take("debug \twatchdog.process.1.mem_limit"),
+            "\ndebug \twatchdog.process.1.mem_limit = " +
+                std::to_string(static_cast<unsigned long>(kLimit)) + "\n");
 }
 
 }  // namespace

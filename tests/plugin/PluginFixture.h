@@ -10,7 +10,7 @@ class PluginFixture : public testing::Test, protected ScriptedFramework {
  protected:
   using Entry = PBaseptr<IProcessWatchdogEntry>;
   struct Watch {
-    /// Checks: c, m, i, r(espawn); rules: d(ifferent parents), (ru)n(ning), q for no events.
+    /// Checks: c, m, i, r(espawn); rules: d(ifferent parents), (ru)n(ning).
     std::string on;
     unsigned int limit = 0;  ///< of CPU, memory and instances
     unsigned int action = none;
@@ -34,11 +34,6 @@ class PluginFixture : public testing::Test, protected ScriptedFramework {
     tick();
     return take(pattern);
   }
-  std::string end(const char* pattern = "") {
-    take();
-    fPlugin = nullptr;
-    return take(pattern);
-  }
   template <class Interface = IProcessWatchdog>
   Interface* service(const wchar_t* id = L"com.telmor.vesk.watchdog.process") {
     IBase* instance = nullptr;
@@ -51,27 +46,22 @@ class PluginFixture : public testing::Test, protected ScriptedFramework {
     entry->setName(name);
     return entry;
   }
-  Entry monitor(Watch const& watch, const wchar_t* name = L"web") {
+  void monitor(Watch const& watch, const wchar_t* name) {
     const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
-    Entry entry = newEntry(name);
+    const Entry entry = newEntry(name);
     entry->setPeriod(watch.period);
-    entry->setExecutable(L"/bin/web");
-    entry->setArguments(L"-x");
-    entry->setWorkingDir(L"/srv");
     entry->setCpuEnabled(isOn('c'));
     entry->setMemEnabled(isOn('m'));
     entry->setInstEnabled(isOn('i'));
     entry->setRespawnEnabled(isOn('r'));
     entry->setShouldCountOnlyDiffParents(isOn('d'));
     entry->setShouldCountOnlyRunning(isOn('n'));
-    entry->setShouldSendEvent(!isOn('q'));
     entry->setCpuLimit(static_cast<char>(watch.limit));
     entry->setMemLimit(watch.limit);
     entry->setInstLimit(watch.limit);
     entry->setRespawnLimit(watch.respawnLimit);
     entry->setAction(static_cast<ProcessWatchdogActionEnum>(watch.action));
     EXPECT_EQ(service()->addProcessEntry(entry.get()), 0);
-    return entry;
   }
 
   PBaseptr<IPlugin> fPlugin;

@@ -15,9 +15,8 @@
 #include "framework/PResult.h"
 #include "framework/PString.h"
 
-/// A framework that writes every call to its journal, as a line such as "kill 10", and
-/// returns what the test scripted for that line or for its first word. The worker is a
-/// real thread that parks in every wait until the test lets it go.
+/// A framework that writes every call to its journal, as a line such as "kill 10". The
+/// worker is a real thread that parks in every wait until the test lets it go.
 struct ScriptedFramework {
   struct Process {
     unsigned int pid = 0, parent = 1, cpu = 0;
@@ -32,7 +31,6 @@ struct ScriptedFramework {
   static inline ScriptedFramework* current = nullptr;
 
   std::map<std::string, std::vector<Process>> processes;  ///< by name
-  std::map<std::string, int> results;                     ///< by line or first word
   std::map<std::string, std::variant<bool, int, PString>> config = {
       {"watchdog.process.cpu_enabled", true},
       {"watchdog.process.mem_enabled", true},

@@ -20,9 +20,7 @@ int ScriptedFramework::call(std::string const& line, int otherwise) {
   std::unique_lock lock(fMutex);
   fJournal.push_back(line);
   lock.unlock();
-  auto scripted = results.find(line);
-  if (scripted == results.end()) scripted = results.find(line.substr(0, line.find(' ')));
-  return heed(line, meddle(line, scripted != results.end() ? scripted->second : otherwise));
+  return heed(line, meddle(line, otherwise));
 }
 
 int ScriptedFramework::heed(std::string const& line, int result) {

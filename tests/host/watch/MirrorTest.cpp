@@ -159,7 +159,7 @@ TEST_F(Mirror, HasTheWindowsAndTheReasonsThatTheWatchdogHas) {
   std::size_t compared = 0;
   for (int pass = 0; pass < 400; ++pass) {
     if (pass % 200 == 0) {
-      end();
+      fPlugin = nullptr;
       fBoard->beginAnew();
       fPlugin = veskGetPlugin();
       start();
