@@ -42,7 +42,8 @@ struct Player {
     vanish(v[0]);
     const auto pid = static_cast<unsigned int>(v[0]), parent = static_cast<unsigned int>(v[2]),
                cpu = static_cast<unsigned int>(v[3]);
-    w.processes.push_back({pid, parent, v[1], {v[5] != 0, cpu, static_cast<std::size_t>(v[4])}});
+    const auto mem = static_cast<unsigned long long>(v[4]);
+    w.processes.push_back({pid, parent, v[1], {v[5] != 0, cpu, mem}});
   }
   void configure(Values const& v) {
     const std::string number = v[0] > 0 ? "." + std::to_string(v[0]) : "";
@@ -130,13 +131,15 @@ class Maker {
     std::vector<std::size_t> kinds;
     for (std::size_t kind = 0; kind < std::size(kKinds); ++kind)
       kinds.insert(kinds.end(), kKinds[kind].weight, kind);
-    for (auto steps = 50 + fRandom() % 300; steps > 0; --steps)
-      add(kinds[fRandom() % kinds.size()]);
+    for (auto steps = 50 + fRandom() % 300; steps > 0; --steps) add(any(kinds));
     return std::move(fHistory);
   }
 
  private:
-  long long any(Pool const& pool) { return pool[fRandom() % pool.size()]; }
+  template <class Value>
+  Value any(std::vector<Value> const& pool) {
+    return pool[static_cast<std::size_t>(fRandom() % pool.size())];
+  }
   void add(std::size_t kind, std::vector<long long> const& given = {}) {
     Step step = {kind, {}};
     for (std::size_t at = 0; at < kKinds[kind].pools.size(); ++at) {

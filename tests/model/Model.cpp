@@ -253,9 +253,9 @@ class Model : public Subject {
     Entry const& entry = *watched.entry;
     Pids pids, parents;
     const int res = w.look(entry[kName], pids, parents);
-    if (res != 0 && (res != World::kNotFound || !entry[kRespawnEnabled])) {
-      fail(res == World::kNotFound ? 0 : res,
-           "error [__updateEntries] Error obtaining process IDs for process `%', res=%",
+    if (res == World::kNotFound && !entry[kRespawnEnabled]) return;
+    if (res != 0 && res != World::kNotFound) {
+      fail(res, "error [__updateEntries] Error obtaining process IDs for process `%', res=%",
            entry.name());
       return;
     }

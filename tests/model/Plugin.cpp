@@ -1,12 +1,7 @@
 // The plug-in as a subject, on a framework that leads all of its calls into the world. One
 // thread plays everything: the worker runs when told to, and the history goes on within its
-// waits, where nobody holds the mutex.
+// waits.
 
-#include <cstdarg>
-#include <cwchar>
-
-#include "framework/IConfigManager.h"
-#include "framework/IOSRestart.h"
 #include "framework/PConditionalVar.h"
 #include "framework/PProcess.h"
 #include "framework/PThread.h"
@@ -14,55 +9,29 @@
 #include "framework/veskGetInstance.h"
 #include "plugin/PProcessWatchdogPlugin.h"
 #include "tests/model/World.h"
+#include "tests/plugin/AllServices.h"
 
 namespace {
 
 World* gWorld;
-int gHeld;        ///< how often the mutex is held
-int gReferences;  ///< to services
 std::function<void()> gWorker;
 
 std::string narrow(PLiteral const& text) { return {text.c_str(), text.c_str() + text.length()}; }
 std::wstring wide(std::string const& text) { return {text.begin(), text.end()}; }
 
-/// What a worker asks or does is asked and done under the lock.
-World& world() {
-  if (gHeld != 1) gWorld->say("held % times", gHeld);
-  return *gWorld;
-}
-
-/// All services in one object.
-struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounters, IOSRestart {
-  int incRef() override { return ++gReferences; }
-  int decRef() override { return gWorld->say("release"), --gReferences; }
-
+struct Services : AllServices {
+  int incRef() override { return 2; }
+  int decRef() override { return gWorld->say("release"), 1; }
   int init(PLiteral const& logName) override { return gWorld->say("init %", narrow(logName)), 0; }
-  int setLevel(LogLevelEnum) override { return -1; }
-  LogLevelEnum getLevel() const override { return logDebug; }
-  int flush() override { return -1; }
-#define LOG_OPERATION(level)                                     \
-  int level(int category, const wchar_t* format, ...) override { \
-    wchar_t text[256] = {};                                      \
-    std::va_list values;                                         \
-    va_start(values, format);                                    \
-    std::vswprintf(text, std::size(text), format, values);       \
-    va_end(values);                                              \
-    ++gWorld->seen[format];                                      \
-    gWorld->say(category == 0 ? #level " %" : "wrong %", text);  \
-    return 0;                                                    \
+  int log(const char* level, const wchar_t* format, const wchar_t* text) override {
+    ++gWorld->seen[format];
+    return gWorld->say("%%", level, text), 0;
   }
-  LOG_OPERATION(info)
-  LOG_OPERATION(error)
-  LOG_OPERATION(debug)
-
-  int loadByPath(PLiteral const&, PBaseptr<IConfig>&) override { return -1; }
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override {
     if (!(id == L"veskp.watchdog.process")) return -1;
     config = this;
     return gWorld->say("loadByID"), 0;
   }
-  int getID(PString&) const override { return -1; }
-  bool contains(PLiteral const&) const override { return false; }
   template <class Store>
   int get(const char* word, PLiteral const& key, Store store) {
     const auto value = gWorld->configured(word, narrow(key));
@@ -78,25 +47,18 @@ struct Services : ILogger, IConfigManager, IConfig, IEventDispatcher, IExtCounte
   int getBool(PLiteral const& key, bool& out) override {
     return get("getBool", key, [&](long long value) { out = value != 0; });
   }
-  int getUInt(PLiteral const&, unsigned int&) override { return -1; }
-  int getLong(PLiteral const&, long long&) override { return -1; }
-  int getDouble(PLiteral const&, double&) override { return -1; }
-
-  int subscribe(PLiteral const&, IEventListener*) override { return -1; }
-  int unsubscribe(PLiteral const&, IEventListener*) override { return -1; }
   int postEvent(PLiteral const& topic, IBase* source, int value) override {
     PString name, executable;
     static_cast<IProcessWatchdogEntry*>(source)->getName(name);
     static_cast<IProcessWatchdogEntry*>(source)->getExecutable(executable);
-    return world().call(World::event, 0,
+    return gWorld->call(World::event, 0,
                         narrow(topic) + " " + std::to_string(value) + " " + narrow(name) + " " +
                             narrow(executable));
   }
   int increment(PLiteral const& name) override {
-    return world().call(World::increment, 0, narrow(name));
+    return gWorld->call(World::increment, 0, narrow(name));
   }
-  int getValue(PLiteral const&, unsigned long long&) const override { return -1; }
-  int restart(int mode) override { return world().call(World::restart, 0, mode); }
+  int restart(int mode) override { return gWorld->call(World::restart, 0, mode); }
 };
 
 using E = IProcessWatchdogEntry;
@@ -122,33 +84,21 @@ constexpr Setting setting() {
 }
 /// As in `kSettings`.
 #define SETTING(Name) setting<&E::set##Name, &E::get##Name>()
-constexpr Setting kAll[] = {SETTING(Name),
-                            SETTING(Period),
-                            SETTING(CpuEnabled),
-                            SETTING(CpuLimit),
-                            SETTING(MemEnabled),
-                            SETTING(MemLimit),
-                            SETTING(InstEnabled),
-                            SETTING(InstLimit),
-                            SETTING(RespawnEnabled),
-                            SETTING(RespawnLimit),
-                            SETTING(ShouldCountOnlyDiffParents),
-                            SETTING(ShouldCountOnlyRunning),
-                            SETTING(ShouldSendEvent),
-                            SETTING(Action),
-                            SETTING(Executable),
-                            SETTING(Arguments),
-                            SETTING(WorkingDir)};
+// clang-format off
+constexpr Setting kAll[] = {
+    SETTING(Name), SETTING(Period), SETTING(CpuEnabled), SETTING(CpuLimit), SETTING(MemEnabled),
+    SETTING(MemLimit), SETTING(InstEnabled), SETTING(InstLimit), SETTING(RespawnEnabled),
+    SETTING(RespawnLimit), SETTING(ShouldCountOnlyDiffParents), SETTING(ShouldCountOnlyRunning),
+    SETTING(ShouldSendEvent), SETTING(Action), SETTING(Executable), SETTING(Arguments),
+    SETTING(WorkingDir)};
+// clang-format on
 
 class Plugin : public Subject {
  public:
   Plugin() { fPlugin = veskGetPlugin(); }
 
   int start() override { return fPlugin->init(); }
-  void stop() override {
-    fPlugin = veskGetPlugin();
-    if (gReferences != 0) gWorld->say("% references kept", gReferences);
-  }
+  void stop() override { fPlugin = veskGetPlugin(); }
   void work() override {
     if (gWorker) std::exchange(gWorker, nullptr)();
   }
@@ -199,17 +149,10 @@ std::unique_ptr<Subject> makePlugin(World& world) {
 
 int veskGetInstance(PLiteral const& id, IBase*& instance) noexcept {
   static Services services;
-  static const std::pair<const char*, IBase*> kAll[] = {
-      {"config.manager", static_cast<IConfigManager*>(&services)},
-      {"logger", static_cast<ILogger*>(&services)},
-      {"eventdispatcher", static_cast<IEventDispatcher*>(&services)},
-      {"extcounters", static_cast<IExtCounters*>(&services)},
-      {"os.restart", static_cast<IOSRestart*>(&services)}};
+  const int number = Services::numberOf(id);
   const std::string name = narrow(id).substr(sizeof "com.telmor.vesk." - 1);
-  const auto number =
-      std::find_if(kAll, std::end(kAll), [&](auto& each) { return each.first == name; }) - kAll;
-  const int res = number > 0 ? gWorld->call(World::lookup, World::logger - 1 + number, name) : 0;
-  instance = res == 0 ? kAll[number].second : nullptr;
+  const int res = number > 0 ? gWorld->call(World::lookup, number, name) : 0;
+  instance = res == 0 ? services.service(number) : nullptr;
   return res == World::kGivesNone ? 0 : res;
 }
 
@@ -218,17 +161,14 @@ int PMutex::init(bool recursive) noexcept {
   gWorld->say("mutex init");
   return recursive ? 0 : -1;
 }
-int PMutex::lock() noexcept { return ++gHeld, 0; }
-int PMutex::unlock() noexcept { return --gHeld, 0; }
+int PMutex::lock() noexcept { return 0; }
+int PMutex::unlock() noexcept { return 0; }
 
 PConditionalVar::~PConditionalVar() { gWorld->say("~PConditionalVar"); }
 int PConditionalVar::init() noexcept { return gWorld->say("cond init"), 0; }
-int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
-  world().say("wait %", timeoutMs);
-  mutex->unlock();
-  const int res = gWorld->play();
-  mutex->lock();
-  return res;
+int PConditionalVar::wait(PMutex* /*mutex*/, unsigned int timeoutMs) noexcept {
+  gWorld->say("wait %", timeoutMs);
+  return gWorld->play();
 }
 int PConditionalVar::notifyAll() noexcept { return gWorld->say("notifyAll"), 0; }
 
@@ -247,17 +187,17 @@ void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(17)
 void* PThread::getCurrentThreadId() noexcept { return reinterpret_cast<void*>(34); }
 int PThread::setName(const char* name) noexcept { return gWorld->say("setName %", name), 0; }
 
-long long PTime::getTickCount() noexcept { return world().now(); }
+long long PTime::getTickCount() noexcept { return gWorld->now(); }
 long long PTime::getTickCountDiff(long long from, long long to) noexcept { return to - from; }
 
 int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
                    std::vector<unsigned int>& parentPids) noexcept {
-  return world().look(numberOf(narrow(name)), pids, parentPids);
+  return gWorld->look(numberOf(narrow(name)), pids, parentPids);
 }
 template <class Value>
 static int read(World::Call which, unsigned int pid, Value& value) {
   unsigned long long reading = value;
-  const int res = world().read(which, pid, reading);
+  const int res = gWorld->read(which, pid, reading);
   value = static_cast<Value>(reading);
   return res;
 }
@@ -270,9 +210,9 @@ int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept
 int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
   return read(World::isRunning, pid, running);
 }
-int PProcess::kill(unsigned int pid) noexcept { return world().end(pid); }
+int PProcess::kill(unsigned int pid) noexcept { return gWorld->end(pid); }
 int PProcess::start(PLiteral const& executable, PLiteral const& arguments,
                     PLiteral const& workingDir, unsigned int& pid) noexcept {
-  return world().launch(narrow(executable) + "|" + narrow(arguments) + "|" + narrow(workingDir),
+  return gWorld->launch(narrow(executable) + "|" + narrow(arguments) + "|" + narrow(workingDir),
                         pid);
 }

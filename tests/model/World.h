@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <climits>
 #include <functional>
 #include <map>
@@ -76,7 +75,7 @@ struct World {
   static constexpr const wchar_t* kCalls[] = {L"find",    L"isRunning", L"cpu",   L"mem",
                                               L"kill",    L"start",     L"event", L"increment",
                                               L"restart", L"lookup"};
-  enum Service { logger = 3, dispatcher, counters, osRestart };
+  enum Service { logger = 1, dispatcher, counters, osRestart };
   static constexpr int kNotFound = -504, kTimedOut = -733, kGivesNone = 1000;
   static constexpr std::size_t kMost = 8;  ///< processes that starting makes
 
@@ -107,25 +106,23 @@ struct World {
   /// Writes a line, each % of `format` being replaced by a value.
   template <class... Values>
   void say(std::string_view format, Values const&... values) {
-    [[maybe_unused]] const auto upTo = [&](std::size_t end) {
+    [[maybe_unused]] const auto sayOne = [&](auto const& value) {
+      const std::size_t end = format.find('%');
       journal += format.substr(0, end);
-      format.remove_prefix(std::min(end + 1, format.size()));
+      format.remove_prefix(end + 1);
+      put(value);
     };
-    ((upTo(format.find('%')), put(values)), ...);
+    (sayOne(values), ...);
     journal.append(format) += '\n';
   }
   template <class Value>
   void put(Value const& value) {
-    if constexpr (std::is_same_v<Value, bool>) {
-      journal += value ? "true" : "false";
-    } else if constexpr (std::is_integral_v<Value>) {
-      char digits[24];
-      journal.append(digits, std::to_chars(digits, std::end(digits), value).ptr);
+    if constexpr (std::is_integral_v<Value>) {
+      journal += std::to_string(value);
     } else {
       journal += value;
     }
   }
-
   void put(const wchar_t* text) {
     for (; *text != 0; ++text) journal += static_cast<char>(*text);
   }
@@ -141,7 +138,7 @@ struct World {
     }
     return otherwise;
   }
-  auto process(long long pid) {
+  auto process(unsigned int pid) {
     return std::find_if(processes.begin(), processes.end(),
                         [pid](auto& each) { return each.pid == pid; });
   }

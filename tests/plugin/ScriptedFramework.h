@@ -6,6 +6,7 @@
 #include <mutex>
 #include <semaphore>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -58,7 +59,7 @@ struct ScriptedFramework {
   };
 
   // For the scripted classes.
-  int call(std::string const& line, int otherwise = PResult::ok);
+  int call(std::string_view text, int otherwise = PResult::ok);
   /// A call that is not in the journal.
   int quiet(const char* line) { return heed(line, meddle(line, PResult::ok)); }
   static int heed(std::string const& line, int result);

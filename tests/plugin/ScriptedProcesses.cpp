@@ -21,27 +21,23 @@ int PProcess::find(PLiteral const& name, std::vector<unsigned int>& pids,
   return res;
 }
 
+template <class Value>
+static int read(const char* what, unsigned int pid, Value ScriptedFramework::Process::*field,
+                Value& value) {
+  const ScriptedFramework::Side side(false);
+  const int res = framework().call(what + std::to_string(pid));
+  value = framework().found[pid].*field;
+  return res;
+}
 int PProcess::getCPUUsage(unsigned int pid, unsigned int& percent) noexcept {
-  const ScriptedFramework::Side side(false);
-  const int res = framework().call("getCPUUsage " + std::to_string(pid));
-  percent = framework().found[pid].cpu;
-  return res;
+  return read("getCPUUsage ", pid, &ScriptedFramework::Process::cpu, percent);
 }
-
 int PProcess::getMemoryUsage(unsigned int pid, unsigned long long& kib) noexcept {
-  const ScriptedFramework::Side side(false);
-  const int res = framework().call("getMemoryUsage " + std::to_string(pid));
-  kib = framework().found[pid].mem;
-  return res;
+  return read("getMemoryUsage ", pid, &ScriptedFramework::Process::mem, kib);
 }
-
 int PProcess::isRunning(unsigned int pid, bool& running) noexcept {
-  const ScriptedFramework::Side side(false);
-  const int res = framework().call("isRunning " + std::to_string(pid));
-  running = framework().found[pid].running;
-  return res;
+  return read("isRunning ", pid, &ScriptedFramework::Process::running, running);
 }
-
 int PProcess::kill(unsigned int pid) noexcept {
   const ScriptedFramework::Side side(false);
   return framework().call("kill " + std::to_string(pid));

@@ -12,8 +12,9 @@
 #include "framework/PTime.h"
 #include "tests/plugin/ScriptedFramework.h"
 
-int ScriptedFramework::call(std::string const& line, int otherwise) {
+int ScriptedFramework::call(std::string_view text, int otherwise) {
   const Side side(false);
+  const std::string line(text);
   EXPECT_TRUE(!isWorker || mutexesHeld == 1 || line.starts_with("debug") ||
               line.starts_with("error"))
       << line;
@@ -59,13 +60,9 @@ void ScriptedFramework::join() {
   while (parked.try_acquire() || released.try_acquire()) continue;
 }
 
-PMutex::~PMutex() {
-  const ScriptedFramework::Side side(false);
-  framework().call("~PMutex");
-}
+PMutex::~PMutex() { framework().call("~PMutex"); }
 
 int PMutex::init(bool recursive) noexcept {
-  const ScriptedFramework::Side side(false);
   const int res = framework().call(recursive ? "mutex init recursive" : "mutex init");
   fInitialized = res == PResult::ok;
   return res;
@@ -87,15 +84,9 @@ int PMutex::unlock() noexcept {
   return res;
 }
 
-PConditionalVar::~PConditionalVar() {
-  const ScriptedFramework::Side side(false);
-  framework().call("~PConditionalVar");
-}
+PConditionalVar::~PConditionalVar() { framework().call("~PConditionalVar"); }
 
-int PConditionalVar::init() noexcept {
-  const ScriptedFramework::Side side(false);
-  return framework().call("cond init");
-}
+int PConditionalVar::init() noexcept { return framework().call("cond init"); }
 
 int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
   const ScriptedFramework::Side side(false);
@@ -109,7 +100,6 @@ int PConditionalVar::wait(PMutex* mutex, unsigned int timeoutMs) noexcept {
 }
 
 int PConditionalVar::notifyAll() noexcept {
-  const ScriptedFramework::Side side(false);
   EXPECT_EQ(ScriptedFramework::mutexesHeld, 0);
   return framework().call("notifyAll");
 }
@@ -140,10 +130,7 @@ int PThread::pjoin(void*&) noexcept {
   return res;
 }
 
-int PThread::pdetach() noexcept {
-  const ScriptedFramework::Side side(false);
-  return framework().call("pdetach");
-}
+int PThread::pdetach() noexcept { return framework().call("pdetach"); }
 
 void* PThread::getThreadId() const noexcept { return reinterpret_cast<void*>(0x11); }
 

@@ -65,8 +65,30 @@ class Mirror : public PluginFixture {
   Mirror() { Runtime::install(std::make_shared<ObservedUtilities>(fUtilities, fBoard)); }
   ~Mirror() override { Runtime::reset(); }
 
+  struct Watch {
+    std::string on;          ///< c, m, i, r(espawn); d(ifferent parents), (ru)n(ning)
+    unsigned int limit = 0;  ///< of CPU, memory and instances
+    ProcessWatchdogActionEnum action = terminate;
+    int respawnLimit = 0;
+    unsigned int period = 0;
+  };
   void watch(const wchar_t* name, Watch const& watch) {
-    fBoard->put(readSettings(*monitor(watch, name)));
+    const auto isOn = [&](char what) { return watch.on.find(what) != std::string::npos; };
+    const Entry entry = newEntry(name);
+    entry->setPeriod(watch.period);
+    entry->setCpuEnabled(isOn('c'));
+    entry->setMemEnabled(isOn('m'));
+    entry->setInstEnabled(isOn('i'));
+    entry->setRespawnEnabled(isOn('r'));
+    entry->setShouldCountOnlyDiffParents(isOn('d'));
+    entry->setShouldCountOnlyRunning(isOn('n'));
+    entry->setCpuLimit(static_cast<char>(watch.limit));
+    entry->setMemLimit(watch.limit);
+    entry->setInstLimit(watch.limit);
+    entry->setRespawnLimit(watch.respawnLimit);
+    entry->setAction(watch.action);
+    EXPECT_EQ(service()->addProcessEntry(entry.get()), 0);
+    fBoard->put(readSettings(*entry));
   }
 
   void changeProcesses() {
