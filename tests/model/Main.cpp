@@ -11,7 +11,7 @@ namespace {
 
 /// What histories lead to sooner or later: each call that may fail, the situations that the
 /// model notes, and every message but those of threads, locks and files that fail.
-constexpr std::size_t kKinds = 10 + 3 + 63;
+constexpr std::size_t kSeenInAll = 10 + 3 + 63;
 
 class Comparison {
  public:
@@ -55,7 +55,7 @@ class Comparison {
     std::map<std::wstring_view, unsigned long> const sorted(fSeen.begin(), fSeen.end());
     for (auto const& [what, count] : sorted)
       std::cout << count << '\t' << std::string(what.begin(), what.end()) << '\n';
-    return kKinds - sorted.size();
+    return kSeenInAll - sorted.size();
   }
 
   unsigned long passes() const { return fPasses; }
