@@ -13,7 +13,7 @@ const Pool kSlots = {0, 1, 2, 3}, kOrNone = {0, 1, 2, 3, 4}, kNames = {1, 1, 1, 
            kCalls = {0, 1, 2, 3, 4, 4, 5, 6, 7, 8, 9, 9},
            kAbout = {0, 0, 1, 2, 3, 4, 5, 6, 7, 10, 11},
            kResults = {-1, -3, World::kNotFound, World::kTimedOut, 7, World::kGivesNone},
-           kMembers = {1, 1, 2, 3, 4}, kNoMember = {0},
+           kMembers = {1, 1, 2, 3, 4}, kNoMember = {0}, kOftenOn = {0, 1, 1, 1},
            kGlobal = {kCpuEnabled, kMemEnabled, kInstEnabled, kSampleTime},
            kOne = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16},  // setting
     kMoves = {1000, 1000, 1000, 1000, 2000, 2000, 500, 999, 1001, 704, 3000, 0, -1000},
@@ -88,7 +88,7 @@ const struct Kind {
     {"global", 10, {&kNoMember, &kGlobal, nullptr}, [](auto& p, auto& v) { p.configure(v); }},
     // clang-format on
 };
-enum { kTick, kStart, kFall, kSet = 10, kAdd, kConfig = 14 };
+enum { kTick, kStart, kFall, kSet = 10, kAdd, kConfig = 14, kGlobalConfig };
 
 void Player::play() {
   w.play = [this] { return untilTick(); };
@@ -123,6 +123,8 @@ class Maker {
     for (long long members = any(kOrNone); members > 0; --members) {
       for (const long long setting : kOne) add(kConfig, {members, setting});
     }
+    for (const long long setting : {kCpuEnabled, kMemEnabled, kInstEnabled})
+      add(kGlobalConfig, {0, setting, any(kOftenOn)});
     add(kStart);
     for (const long long slot : kSlots) {
       for (const long long setting : kOne) add(kSet, {slot, setting});
