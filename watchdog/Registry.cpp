@@ -1,7 +1,5 @@
 // The registry of monitored entries, as clients see it.
 
-#include <utility>
-
 #include "watchdog/Guarded.h"
 #include "watchdog/PProcessWatchdog.h"
 #include "watchdog/ProcessWatchdogResult.h"
@@ -29,9 +27,11 @@ int PProcessWatchdog::__addEntry(PProcessWatchdogEntry* entry) {
     }
     __logDebug(L"[%s] Entry with name `%ls' is good to add", "addProcessEntry", name.c_str());
     __logInfo(L"[%s] Adding `%ls' to list of monitored processes", "addProcessEntry", name.c_str());
-    ProcEntry procEntry;
-    procEntry.entry = entry;
-    fProcEntries.emplace(name, std::move(procEntry));
+    // All that needs memory comes before the entry gets a holder: giving that back would
+    // end an entry that has no other.
+    decltype(fProcEntries) added;
+    added[name].entry = entry;
+    fProcEntries.merge(added);
     return FrameworkResult::ok;
   });
 }
