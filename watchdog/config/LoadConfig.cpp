@@ -90,10 +90,10 @@ int PProcessWatchdog::__loadProcessEntries(PBaseptr<IConfig>& config) {
 void PProcessWatchdog::__buildProcessEntryKey(PLiteral const& prefix, unsigned int index,
                                               PLiteral const& suffix, PString& out) const {
   PString number;
-  // A key without its number would end the list early, and nobody would know.
-  if (PUtils::int32ToStr(static_cast<int>(index), number) != FrameworkResult::ok) {
-    throw std::bad_alloc();
-  }
+  static_cast<void>(PUtils::int32ToStr(static_cast<int>(index), number));
+  // A key without its number would end the list early, and nobody would know. The text
+  // tells for sure: what another framework returns may be its length.
+  if (number.isEmpty()) throw std::bad_alloc();
   out.clear();
   out.append(prefix);
   out.append(number);
