@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <type_traits>
 
 #include "framework/PMutex.h"
@@ -25,14 +26,15 @@ class ServiceLock {
   int result() const noexcept { return fResult; }
 
  private:
-  /// Not every framework's mutex has a result.
+  /// Not every framework's mutex has a result, and only a negative one is a refusal:
+  /// `true` is none.
   template <class Mutex>
   static int take(Mutex& mutex) {
     if constexpr (std::is_void_v<decltype(mutex.lock())>) {
       mutex.lock();
       return FrameworkResult::ok;
     } else {
-      return mutex.lock();
+      return std::min<int>(mutex.lock(), FrameworkResult::ok);
     }
   }
 
