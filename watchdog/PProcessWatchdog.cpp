@@ -12,7 +12,8 @@ PProcessWatchdog::PProcessWatchdog() {
 }
 
 PProcessWatchdog::~PProcessWatchdog() {
-  const int res = __stopWatchdog();
+  // Guarded, because what leaves a destructor ends the host.
+  const int res = guarded([this] { return __stopWatchdog(); });
   if (res != FrameworkResult::ok) {
     __logError(L"[%s] Error stopping the watchdog thread, res=%d", "~PProcessWatchdog", res);
   }

@@ -38,7 +38,9 @@ void PProcessWatchdog::__waitForNextTick() {
   // No predicate: whatever wakes the worker leads to the stop check and, when it
   // is not stopped, to a tick.
   if (res == FrameworkResult::ok) {
-    res = fStopCondVar.wait(&fStopMutex, kMsPerSecond * static_cast<unsigned int>(fSampleTime));
+    res = guarded([this] {
+      return fStopCondVar.wait(&fStopMutex, kMsPerSecond * static_cast<unsigned int>(fSampleTime));
+    });
   }
   if (res != FrameworkResult::ok && res != FrameworkResult::timedOut) {
     __logError(L"[%s] Failed to wait on conditinal var, res=%d", "_watchdogThreadProc", res);
