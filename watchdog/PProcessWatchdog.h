@@ -27,8 +27,9 @@
 /// folder, reading and dumping the configuration in `config/`, sampling in
 /// `monitor/`, and decisions, process control and events in `enforce/`.
 ///
-/// `fStopMutex` is the only lock. The worker holds it for a whole sample, every
-/// registry operation takes it, and the worker gives it up only in its wait.
+/// `fStopMutex` is the service's only lock. The worker holds it for a whole sample,
+/// every registry operation takes it, and the worker gives it up only in its wait. An
+/// entry's own lock is held for one copy of a text, and nothing is called meanwhile.
 class PProcessWatchdog final : public IProcessWatchdog {
  public:
   /// What was measured of one process since its window began.
