@@ -9,6 +9,20 @@ install(TARGETS veskp.watchdog.process LIBRARY DESTINATION lib/vesk COMPONENT ve
 install(TARGETS veskd RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT veskd)
 install(TARGETS veskctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT veskd)
 
+# As built they find libvesk beside themselves, installed in the system's own folders. A
+# path that CMake is left to change at the installation would end with a colon as built:
+# the loader takes that for the working folder, which may be anybody's.
+function(drop_own_folder_when_installed target file component)
+  set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN")
+  install(CODE "
+    file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${file}\")"
+    COMPONENT ${component})
+endfunction()
+
+drop_own_folder_when_installed(veskp.watchdog.process lib/vesk/libveskp.watchdog.process.so
+                               veskp-watchdog-process)
+drop_own_folder_when_installed(veskd ${CMAKE_INSTALL_SBINDIR}/veskd veskd)
+
 install(FILES docs/man/veskctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT veskd)
 install(FILES docs/man/veskd.toml.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT veskd)
 install(FILES docs/man/veskd.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT veskd)
