@@ -24,5 +24,5 @@ std::string resolveExecutable(std::string const& executable) {
     }
     rest.remove_prefix(std::min(length + 1, rest.size()));
   }
-  return executable;
+  return "";
 }

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "host/process/CommandLine.h"
@@ -20,18 +19,23 @@ constexpr std::size_t kKeptLength = 15;
 
 std::string baseName(std::string const& path) { return path.substr(path.find_last_of('/') + 1); }
 
+/// @return empty where a bare name is nowhere.
+std::string fileOf(std::string const& executable, std::string const& workingDir) {
+  const std::string found = resolveExecutable(executable);
+  return found.empty() ? found : (std::filesystem::path(workingDir) / found).string();
+}
+
 }  // namespace
 
-StartableProgram::StartableProgram(std::string executable, std::string workingDir)
-    : fExecutable(std::move(executable)),
-      fFile(std::filesystem::path(std::move(workingDir)) / resolveExecutable(fExecutable)) {}
+StartableProgram::StartableProgram(std::string const& executable, std::string const& workingDir)
+    : fFile(fileOf(executable, workingDir)) {}
 
 StartObstacle StartableProgram::obstacle() const {
+  if (fFile.empty()) {
+    return {ENOENT, "not found in PATH (relative and untrusted folders are not searched)"};
+  }
   std::error_code error;
   const auto status = std::filesystem::status(fFile, error);
-  const bool isBare = fExecutable.find('/') == std::string::npos;
-  if (isBare && !std::filesystem::exists(status))
-    return {ENOENT, "not found in PATH (relative and untrusted folders are not searched)"};
   if (!std::filesystem::exists(status)) return {error ? error.value() : ENOENT, error.message()};
   if (std::filesystem::is_directory(status)) {
     return {EACCES, std::generic_category().message(EISDIR)};

@@ -13,7 +13,7 @@ class StartableProgram {
  public:
   /// @param executable a path, or a name to look up in PATH.
   /// @param workingDir entered before; empty for the host's own.
-  StartableProgram(std::string executable, std::string workingDir);
+  StartableProgram(std::string const& executable, std::string const& workingDir);
 
   /// Why it cannot be executed.
   StartObstacle obstacle() const;
@@ -30,6 +30,5 @@ class StartableProgram {
   bool isFoundAs(std::string const& name, std::string const& arguments) const;
 
  private:
-  std::string fExecutable;
-  std::string fFile;  ///< what is executed
+  std::string fFile;  ///< what is executed; empty for a bare name that is nowhere
 };

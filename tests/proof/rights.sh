@@ -171,6 +171,10 @@ executables() {
   must [ "$(readlink "/proc/$(pgrep -x vesk-tried)/exe")" = /mnt/home/vesk-tried ]
   stop
   pkill -KILL -x vesk-tried
+  # Nor in the working folder, where there is one as well.
+  start '' env PATH=/mnt/others
+  await grep -q 'vesk-tried cannot be executed: No such file' out
+  stop
   configure '' $'name = "vesk-tried"\nexecutable = "/mnt/others/vesk-tried"'
   ./veskd -c home/v.toml --check >out
   says 1 'warning: .*executable.* not trusted: /mnt/others'
