@@ -24,8 +24,8 @@ std::string loaderMessage() {
 
 std::unique_ptr<PluginLibrary> PluginLibrary::open(std::string const& path, std::string& cause) {
   // Always a path, so the loader looks for it nowhere else.
-  if (const std::string distrust = distrustOf(path); !distrust.empty()) {
-    cause = path + ": " + distrust;
+  if (const std::string obstacle = obstacleTo(path); !obstacle.empty()) {
+    cause = path + ": " + obstacle;
     return nullptr;
   }
   void* const handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

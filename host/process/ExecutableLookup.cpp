@@ -19,7 +19,7 @@ std::string resolveExecutable(std::string const& executable) {
     std::error_code ignored;
     if (candidate.front() == '/' && length > 0 &&
         std::filesystem::is_regular_file(candidate, ignored) &&
-        ::access(candidate.c_str(), X_OK) == 0 && distrustOf(candidate).empty()) {
+        ::access(candidate.c_str(), X_OK) == 0 && obstacleTo(candidate).empty()) {
       return candidate;
     }
     rest.remove_prefix(std::min(length + 1, rest.size()));

@@ -237,6 +237,12 @@ std::variant<UniqueFd, Distrust> openTrustedOutput(std::string const& path) {
 
 std::string distrustOf(std::string const& path) { return textOf(Walk(Use::content).go(path)); }
 
+std::string obstacleTo(std::string const& path) {
+  const auto handle = openTrusted(path, O_PATH);
+  auto const* reason = std::get_if<Distrust>(&handle);
+  return reason != nullptr ? reason->text : "";
+}
+
 std::string distrustOfOutput(std::string const& path) {
   Walk walk(Use::output);
   if (auto reason = walk.go(path)) return textOf(reason);

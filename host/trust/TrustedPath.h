@@ -37,10 +37,14 @@ std::variant<UniqueFd, Distrust> openTrustedOutput(std::string const& path);
 /// Why the path, as far as it is there, is not trusted; empty if it is, or cannot be read.
 std::string distrustOf(std::string const& path);
 
-/// The same for what `openTrustedOutput` would open.
+/// Why the path is not there, or not trusted; empty if it is both. Then nobody else can put
+/// anything in its place, as one could for what is missing in a folder for all.
+std::string obstacleTo(std::string const& path);
+
+/// The same as `distrustOf` for what `openTrustedOutput` would open.
 std::string distrustOfOutput(std::string const& path);
 
-/// The same for the folder that a file is in or would be in.
+/// The same as `distrustOf` for the folder that a file is in or would be in.
 std::string distrustOfFolder(std::string const& file);
 
 /// Whom the way to this program belongs to beside root and the effective user: a comma
