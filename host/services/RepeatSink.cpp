@@ -11,6 +11,9 @@ namespace {
 /// More errors at a time than that are written as they come.
 constexpr std::size_t kMostErrors = 1024;
 
+/// Longer ones are written as they come: what is kept of them would have no bound.
+constexpr std::size_t kLongestError = 4096;
+
 /// What comes twice within that came twice in one pass.
 constexpr std::chrono::milliseconds kOnePass{100};
 
@@ -29,7 +32,7 @@ RepeatSink::RepeatSink(spdlog::sink_ptr inner, Clock now)
     : fInner(std::move(inner)), fNow(std::move(now)) {}
 
 void RepeatSink::log(spdlog::details::log_msg const& message) {
-  if (message.level < spdlog::level::err) {
+  if (message.level < spdlog::level::err || message.payload.size() > kLongestError) {
     fInner->log(message);
     return;
   }
