@@ -36,7 +36,10 @@ std::optional<Distrust> readWhole(std::string const& path, std::string& content)
     if (count == 0) return std::nullopt;
     if (count < 0 && errno != EINTR) return failure(errno);
     if (count > 0) content.append(chunk.data(), static_cast<std::size_t>(count));
-    if (content.size() > kLargestFile) return failure(EFBIG);
+    if (content.size() > kLargestFile) {
+      return Distrust{-EFBIG,
+                      fmt::format("longer than {} bytes, the most that is read", kLargestFile)};
+    }
   }
 }
 
