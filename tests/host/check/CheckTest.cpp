@@ -46,7 +46,7 @@ TEST_F(Check, HasNothingToSayAboutWhatIsRight) {
   fFolder.makeFile("right.toml", kHost + kGlobals + R"(
 [watchdog.process.1]
 name = "a-rather-long-name"
-executable = "a-rather-long-nickname"
+executable = "./a-rather-long-nickname"
 action = "restart"
 working_dir = "bin"
 )");
