@@ -20,17 +20,19 @@ constexpr std::size_t kKeptLength = 15;
 std::string baseName(std::string const& path) { return path.substr(path.find_last_of('/') + 1); }
 
 /// @return empty where a bare name is nowhere.
-std::string fileOf(std::string const& executable, std::string const& workingDir) {
-  const std::string found = resolveExecutable(executable);
+std::string fileOf(std::string const& executable, std::string const& workingDir,
+                   std::string& passedOver) {
+  const std::string found = resolveExecutable(executable, &passedOver);
   return found.empty() ? found : (std::filesystem::path(workingDir) / found).string();
 }
 
 }  // namespace
 
 StartableProgram::StartableProgram(std::string const& executable, std::string const& workingDir)
-    : fFile(fileOf(executable, workingDir)) {}
+    : fFile(fileOf(executable, workingDir, fPassedOver)) {}
 
 StartObstacle StartableProgram::obstacle() const {
+  if (fFile.empty() && !fPassedOver.empty()) return {ENOENT, fPassedOver};
   if (fFile.empty()) {
     return {ENOENT, "not found in PATH (relative and untrusted folders are not searched)"};
   }

@@ -30,5 +30,6 @@ class StartableProgram {
   bool isFoundAs(std::string const& name, std::string const& arguments) const;
 
  private:
-  std::string fFile;  ///< what is executed; empty for a bare name that is nowhere
+  std::string fPassedOver;  ///< why, where a file was found only to be passed over
+  std::string fFile;        ///< what is executed; empty for a bare name that is nowhere
 };

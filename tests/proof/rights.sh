@@ -172,6 +172,8 @@ executables() {
   stop
   pkill -KILL -x vesk-tried
   # Nor in the working folder, where there is one as well.
+  PATH=/mnt/others ./veskd -c home/v.toml --check >out
+  says 1 'warning: .*executable.* not trusted: /mnt/others'
   start '' env PATH=/mnt/others
   await grep -q 'vesk-tried cannot be executed: No such file' out
   stop
