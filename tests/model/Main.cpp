@@ -1,9 +1,9 @@
 // Holds the plug-in to a model of it on random histories:
 //   model_histories [--ticks N] [--seed S] [--replay FILE]
 
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include "tests/model/History.h"
 
@@ -71,11 +71,14 @@ int main(int argc, char** argv) {
   unsigned long long ticks = 100'000, seed = 1;
   Comparison comparison;
   std::string replay;
-  for (int at = 1; at + 1 < argc; at += 2) {
+  for (int at = 1; at < argc; at += 2) {
     const std::string_view option = argv[at];
-    if (option == "--ticks") ticks = std::strtoull(argv[at + 1], nullptr, 10);
-    if (option == "--seed") seed = std::strtoull(argv[at + 1], nullptr, 10);
-    if (option == "--replay") replay = argv[at + 1];
+    std::istringstream value(at + 1 < argc ? argv[at + 1] : "");
+    const bool isRead = option == "--ticks"    ? (value >> ticks) && ticks > 0
+                        : option == "--seed"   ? bool(value >> seed)
+                        : option == "--replay" ? bool(value >> replay)
+                                               : false;
+    if (!isRead || !value.eof()) return std::cerr << option << ": not understood\n", 2;
   }
   if (!replay.empty()) {
     History history;

@@ -25,6 +25,10 @@ struct Services : AllServices {
   int init(PLiteral const& logName) override { return gWorld->say("init %", narrow(logName)), 0; }
   int log(const char* level, const wchar_t* format, const wchar_t* text) override {
     ++gWorld->seen[format];
+    const bool isOfRegistry = std::wcsstr(format, L"in list") || std::wcsstr(format, L"to list") ||
+                              std::wcsstr(format, L"from list") ||
+                              std::wcsstr(format, L"entry named");
+    if (isOfRegistry && gWorld->held != 1) gWorld->say("without the lock:");
     return gWorld->say("%%", level, text), 0;
   }
   int loadByID(PLiteral const& id, PBaseptr<IConfig>& config) override {
@@ -142,6 +146,7 @@ class Plugin : public Subject {
 
 std::unique_ptr<Subject> makePlugin(World& world) {
   gWorld = &world;
+  world.held = 0;
   return std::make_unique<Plugin>();
 }
 
@@ -161,14 +166,17 @@ int PMutex::init(bool recursive) noexcept {
   gWorld->say("mutex init");
   return recursive ? 0 : -1;
 }
-int PMutex::lock() noexcept { return 0; }
-int PMutex::unlock() noexcept { return 0; }
+int PMutex::lock() noexcept { return ++gWorld->held, 0; }
+int PMutex::unlock() noexcept { return --gWorld->held, 0; }
 
 PConditionalVar::~PConditionalVar() { gWorld->say("~PConditionalVar"); }
 int PConditionalVar::init() noexcept { return gWorld->say("cond init"), 0; }
 int PConditionalVar::wait(PMutex* /*mutex*/, unsigned int timeoutMs) noexcept {
   gWorld->say("wait %", timeoutMs);
-  return gWorld->play();
+  --gWorld->held;
+  const int res = gWorld->play();
+  ++gWorld->held;
+  return res;
 }
 int PConditionalVar::notifyAll() noexcept { return gWorld->say("notifyAll"), 0; }
 

@@ -99,6 +99,7 @@ struct World {
                                              {"watchdog.process.sample_time", 2}};
   long long clock = 1000, drift = 0;  ///< ms; every reading moves the clock by `drift`
   unsigned int nextPid = 100;         ///< of the next program started
+  int held = 1;                       ///< times that the mutex is; the model has none
   std::function<int()> play;          ///< what happens during a wait; its result
   std::string journal;
   Counts& seen;
@@ -130,7 +131,9 @@ struct World {
   /// One call to the outside. @return what it was told to, or `otherwise`.
   template <class Text>
   int call(Call which, long long about, Text const& text, int otherwise = 0) {
+    if (held != 1 && which != lookup) say("without the lock:");
     say("% %", kCalls[which], text);
+    now();  // what is asked for takes its time
     for (Fault const& fault : faults) {
       if (fault.call != which || (fault.about != 0 && fault.about != about)) continue;
       ++seen[kCalls[which]];

@@ -3,7 +3,8 @@
 
 struct PUtils {
   static int int32ToStr(int value, PString& text) {
-    text = std::to_wstring(value).c_str();
-    return 0;
+    const std::wstring digits = std::to_wstring(value);
+    text = digits.c_str();
+    return static_cast<int>(digits.size());
   }
 };
