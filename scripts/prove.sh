@@ -5,13 +5,14 @@
 #
 #   scripts/prove.sh [LENGTH [PROOF...]]
 #
-# LENGTH: short (some three minutes, part of the test run), medium (a quarter of an hour)
-# or long (over an hour). PROOF: which ones; without any, all. What each of them printed is
+# LENGTH: short (some four minutes, part of the test run), medium (twenty or so) or long (an
+# hour and a half). PROOF: which ones; without any, all. What each of them printed is
 # kept in build/prove/.
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 
 lengths=(short medium long)
+longest=(1200 3600 10800) # seconds that one proof may take; what hangs is a finding
 built=$root/build/default
 # What is run for each proof, and what stands for @ in it at each length.
 declare -A commands=(
@@ -47,7 +48,7 @@ prove() {
   local proof=$1 amount command
   read -ra amount <<<"${amounts[$proof]-}"
   command=${commands[$proof]//@/${amount[$step]-}}
-  (cd "$root" && $command) >"$results/$proof.txt" 2>&1
+  (cd "$root" && timeout -k 30 "${longest[step]}" $command) >"$results/$proof.txt" 2>&1
 }
 
 # tell PROOF STATUS: its figures, or where to read why there are none.
