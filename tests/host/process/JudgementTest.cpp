@@ -227,21 +227,30 @@ TEST_F(JudgementTest, APassSeesOneMoment) {
   EXPECT_THAT(ask(60), ElementsAre(0, PResult::notFound, PResult::notFound)) << "killed meanwhile";
 }
 
-TEST_F(JudgementTest, WhatVanishesWhileItIsLookedAtIsGone) {
-  useDescriptors(0);
-  for (std::string const file : {"stat", "status", "task", "comm"}) {
-    SCOPED_TRACE(file);
-    fProc.add(60, {.comm = "web", .state = file == "task" ? 'Z' : 'S', .threads = 2});
-    fProc.makeFile("60/task/61/stat", statText(61, {.comm = "web"}));
-    std::filesystem::remove_all(fProc.path("60/" + file));
-    if (file != "comm") {
-      EXPECT_EQ(fUtilities->kill(60), PResult::notFound);
-    }
-    if (file != "status") {
-      EXPECT_THAT(find("web"), IsEmpty());
-    }
+TEST_F(JudgementTest, EveryStateIsJudged) {
+  const auto page = static_cast<unsigned int>(::getpagesize()) / 1024;
+  for (auto const& [state, threads, isDead, isRunning] : {std::tuple{'R', 1U, false, true},
+                                                          {'S', 1U, false, true},
+                                                          {'D', 1U, false, true},
+                                                          {'I', 1U, false, true},
+                                                          {'T', 1U, false, false},
+                                                          {'t', 1U, false, false},
+                                                          {'Z', 2U, false, true},
+                                                          {'Z', 1U, true, false},
+                                                          {'X', 2U, true, false}}) {
+    SCOPED_TRACE(state + std::to_string(threads));
+    useDescriptors(8);
+    fProc.add(60, {.comm = "web", .state = state, .threads = threads, .pages = state != 'Z'});
+    fProc.makeFile("60/task/61/stat", statText(61, {.comm = "web", .pages = 1}));
+    EXPECT_EQ(find("web").size(), isDead ? 0 : 1);
+    bool running = isDead;
+    EXPECT_EQ(fUtilities->isRunning(60, running), 0);
+    EXPECT_EQ(running, isRunning);
+    const int measured = isDead ? PResult::notFound : PResult::ok;
+    EXPECT_THAT(ask(60), ElementsAre(0, measured, measured));
+    if (isDead) continue;
+    EXPECT_EQ(kib(60), page) << "of a thread that is left, where the first is not";
   }
-  EXPECT_THAT(fSignals->fSent, IsEmpty());
 }
 
 }  // namespace

@@ -178,7 +178,7 @@ TEST(LookTest, LongNamesAreConfirmed) {
   Eyes eyes(proc);
   const std::string name = "a-rather-long-name";
   const std::string comm = name.substr(0, 15);
-  proc.add(5, {.comm = comm, .commandLine = "/usr/bin/" + name + "\0-x\0"s});
+  proc.add(5, {.comm = comm, .parentPid = 4, .commandLine = "/usr/bin/" + name + "\0-x\0"s});
   proc.add(6, {.comm = comm, .commandLine = "/bin/sh\0-p\0/opt/"s + name + "\0"s});
   proc.add(7, {.comm = comm, .commandLine = "/usr/bin/a-rather-long-other\0"s});
   proc.add(8, {.comm = comm, .commandLine = "/bin/sh\0-x\0-c\0"s + name + "\0"s});
@@ -191,6 +191,7 @@ TEST(LookTest, LongNamesAreConfirmed) {
   EXPECT_EQ(eyes.find("two\nlines"), PResult::ok);
   EXPECT_EQ(eyes.find(name), PResult::ok);
   EXPECT_THAT(eyes.pids, ElementsAre(5, 6, 10, 11));
+  EXPECT_THAT(eyes.parents, ElementsAre(4, 1, 1, 1));
   EXPECT_EQ(eyes.find(comm), PResult::ok);
   EXPECT_THAT(eyes.pids, ElementsAre(5, 6, 7, 8, 10));
 }

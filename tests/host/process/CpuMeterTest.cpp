@@ -1,5 +1,3 @@
-// What is made of what a process table says.
-
 #include <gtest/gtest.h>
 
 #include "host/process/CpuMeter.h"
@@ -7,22 +5,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-
-TEST(ProcessStatTest, StatesAreJudged) {
-  for (auto const& [state, threads, isRunning, isDead] : {std::tuple{'R', 1U, true, false},
-                                                          {'S', 1U, true, false},
-                                                          {'D', 1U, true, false},
-                                                          {'I', 1U, true, false},
-                                                          {'T', 1U, false, false},
-                                                          {'t', 1U, false, false},
-                                                          {'Z', 2U, false, false},
-                                                          {'Z', 1U, false, true},
-                                                          {'X', 2U, false, true}}) {
-    const ProcessStat stat{.comm = "x", .state = state, .threadCount = threads};
-    EXPECT_EQ(stat.isRunning(), isRunning) << state;
-    EXPECT_EQ(stat.isDead(), isDead) << state << threads;
-  }
-}
 
 TEST(CpuMeterTest, MeasuresSinceTheLastLook) {
   CpuMeter meter(100);
