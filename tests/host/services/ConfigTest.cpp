@@ -36,23 +36,6 @@ class Config : public testing::Test {
   PString fText{L"old"};
 };
 
-TEST_F(Config, DottedKeysWalkTables) {
-  const auto config =
-      open("top = 1\n[a.b]\n1.name = 'n\u00e9'\nbig = 5000000000\nf = 1.5\nt = false\n");
-  long long large = 0;
-  double real = 0, whole = 0;
-  EXPECT_EQ(config->getString(L"a.b.1.name", fText), 0);
-  EXPECT_EQ(config->getInt(L"top", fNumber) | config->getUInt(L"top", fNatural), 0);
-  EXPECT_EQ(config->getLong(L"a.b.big", large) | config->getBool(L"a.b.t", fTruth), 0);
-  EXPECT_EQ(config->getDouble(L"a.b.f", real) | config->getDouble(L"top", whole), 0);
-  EXPECT_EQ(config->getInt(L"a.missing", fNumber), PResult::notFound);
-  EXPECT_TRUE(fText == L"n\u00e9" && fNumber == 1 && fNatural == 1 && !fTruth);
-  EXPECT_TRUE(large == 5000000000 && real == 1.5 && whole == 1);
-  EXPECT_TRUE(config->contains(L"a.b") && config->contains(L"a.b.1.name"));
-  EXPECT_FALSE(config->contains(L"a.b.1.nam") || config->contains(L"a.b.c"));
-  EXPECT_THAT(fLog.lines(), IsEmpty());
-}
-
 TEST_F(Config, AValueThatCannotBeReadIsWarnedAboutOnceAndChangesNothing) {
   const auto config =
       open("i = 2147483648\nn = -1\ns = 'x'\nd = 2026-01-01\nz = \"a\\u0000b\"\n[t]\nx = 1\n");
