@@ -6,8 +6,8 @@
 #include "framework/PGuard.h"
 #include "framework/PThread.h"
 
-EventDispatcher::EventDispatcher(std::shared_ptr<spdlog::logger> log, std::size_t capacity)
-    : fQueue(std::make_shared<EventQueue>(std::move(log), capacity)),
+EventDispatcher::EventDispatcher(std::shared_ptr<spdlog::logger> log)
+    : fQueue(std::make_shared<EventQueue>(std::move(log), kCapacity)),
       // The thread shares the queue: it may outlive this object, see below.
       fThread([queue = fQueue] {
         PThread::setName("vesk-events");

@@ -15,11 +15,11 @@
 /// all that was posted is delivered, but not for a listener that does not return.
 class EventDispatcher : public RefCounted<IEventDispatcher> {
  public:
+  /// How many events may wait.
   static constexpr std::size_t kCapacity = 1024;
 
   /// @param log receives what listeners throw.
-  /// @param capacity how many events may wait.
-  explicit EventDispatcher(std::shared_ptr<spdlog::logger> log, std::size_t capacity = kCapacity);
+  explicit EventDispatcher(std::shared_ptr<spdlog::logger> log);
 
   int subscribe(PLiteral const& topic, IEventListener* listener) override;
   int unsubscribe(PLiteral const& topic, IEventListener* listener) override;
