@@ -12,7 +12,6 @@
 #include "tests/host/services/CollectedLog.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -62,23 +61,6 @@ TEST_F(Config, AValueThatCannotBeReadIsWarnedAboutOnceAndChangesNothing) {
                   warning("4:5: `d' is a date or time, but " + text),
                   warning("5:5: `z' is a string, but " + text),
                   warning("7:1: `t' is a table, but " + text)));
-}
-
-TEST_F(Config, TheMainFileServesAllIdentifiersAndIsReportedOnce) {
-  TomlFile file{"main.toml", {}};
-  for (const char* key : {"host.x", "host", "host-z", "a.x", "b.x"}) {
-    file.entries[key] = {{1LL, {2, 3}}, {2, 1}};
-  }
-  EXPECT_EQ(file.takeTable("host").size(), 2U);
-  const auto manager = holdRef(new ConfigManager({"", std::move(file)}, fLog.logger()));
-  for (const wchar_t* key : {L"a.x", L"b.x"}) {
-    PBaseptr<IConfig> config;
-    EXPECT_EQ(manager->loadByID(L"some.id", config), 0);
-    EXPECT_EQ(config->getInt(key, fNumber), 0);
-  }
-  EXPECT_THAT(fLog.lines(), IsEmpty());
-  manager->reportUnused();
-  EXPECT_THAT(fLog.lines(), ElementsAre("warning test: main.toml:2:1: `host-z' is not used"));
 }
 
 TEST_F(Config, AFolderHoldsAFilePerIdentifierAndReportsWhatNobodyAskedFor) {
