@@ -210,7 +210,7 @@ TEST_F(JudgementTest, EveryStateIsJudged) {
     useDescriptors(8);
     fProc.add(60, {.comm = "web", .state = state, .threads = threads, .pages = state != 'Z'});
     fProc.makeFile("60/task/61/stat", statText(61, {.comm = "web", .pages = 1}));
-    EXPECT_EQ(find("web").size(), isDead ? 0 : 1);
+    EXPECT_EQ(find("web").size(), isDead ? 0U : 1U);
     bool running = isDead;
     EXPECT_EQ(fUtilities->isRunning(60, running), 0);
     EXPECT_EQ(running, isRunning);
