@@ -195,6 +195,24 @@ TEST_F(JudgementTest, ANumberStandsForTheProcessThatWasFound) {
   }
 }
 
+TEST_F(JudgementTest, WhatTheLookSawHoldsForOnePassAndNotBeyondAKill) {
+  for (auto const& [later, isKilled, answer] :
+       {std::tuple{499ms, false, +PResult::ok}, std::tuple{500ms, false, +PResult::notFound},
+        std::tuple{0ms, true, +PResult::notFound}}) {
+    useDescriptors(8);
+    fProc.add(60, {.comm = "web"});
+    EXPECT_THAT(find("web"), ElementsAre(60));
+    fSignals->fOnSend = [&](int) { fProc.add(60, {.comm = "web", .state = 'Z'}); };
+    if (isKilled) {
+      EXPECT_EQ(fUtilities->kill(60), 0);
+    } else {
+      fSignals->fOnSend(0);  // ends by itself
+    }
+    fClock->fNow += later;
+    EXPECT_THAT(ask(60), ElementsAre(0, answer, answer));
+  }
+}
+
 TEST_F(JudgementTest, EveryStateIsJudged) {
   const auto page = static_cast<unsigned int>(::getpagesize()) / 1024;
   for (auto const& [state, threads, isDead, isRunning] : {std::tuple{'R', 1U, false, true},
