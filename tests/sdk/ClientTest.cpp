@@ -19,41 +19,14 @@ namespace {
 
 class Client : public VeskdFixture {
  protected:
-  std::string configuration(std::string const& plugins) const {
-    std::filesystem::copy_file(TEST_PROGRAM, path(fName));
-    return "[host]\ncontrol_socket = 's'\nplugins = [" + plugins + "]\n" + kGlobals +
-           "[client]\nname = '" + fName + "'\nexecutable = '" + path(fName) + "'\n";
+  Client() {
+    fFolder.makeFile("v.toml",
+                     kGlobals + "[client]\nname = '" + fName + "'\nexecutable = '/none'\n");
   }
 
-  /// Waits until the host tells operators of the client's entry.
-  void awaitShown() const {
-    while (ChildProcess({VESKCTL, "--socket", path("s"), "show", fName}).awaitEnd() != 0) {
-      ::usleep(100000);
-    }
-  }
+  std::string cause;
+  const CollectedLog log;
 };
-
-TEST_F(Client, IsServedByTheWatchdogBesideItAndLeavesNothingBehind) {
-  auto veskd = run(configuration("'" WATCHDOG "', '" CLIENT "'"));
-  const pid_t pid = awaitStart(*veskd, fName);
-  ASSERT_GT(pid, 1) << veskd->text();
-  ChildProcess second({path(fName)});
-  for (int run = 0; run < 2; ++run) {  // before a reload and after it
-    EXPECT_NE(veskd->awaitLine("info client: `" + fName + "' runs 2 times"), "") << veskd->text();
-    awaitShown();
-    veskd->signal(run == 0 ? SIGHUP : SIGTERM);
-    EXPECT_NE(veskd->awaitLine("Removing `" + fName + "'"), "");
-  }
-  EXPECT_EQ(veskd->awaitEnd(), 0);
-  EXPECT_THAT(veskd->text(), testing::Not(testing::HasSubstr(" error ")));
-  EXPECT_EQ(::kill(pid, 0), 0);
-}
-
-TEST_F(Client, SaysWhatIsMissingWhenItIsListedFirst) {
-  auto veskd = run(configuration("'" CLIENT "', '" WATCHDOG "'"));
-  EXPECT_EQ(veskd->awaitEnd(), 69);
-  EXPECT_THAT(veskd->text(), testing::HasSubstr("client: no watchdog: its library"));
-}
 
 bool isLoaded(const char* library) {
   void* const handle = ::dlopen(library, RTLD_NOW | RTLD_NOLOAD);
@@ -61,10 +34,7 @@ bool isLoaded(const char* library) {
 }
 
 TEST_F(Client, EndsInAnyOrderAndLibrariesStayAsLongAsTheirCodeIsNeeded) {
-  fFolder.makeFile("v.toml", configuration(""));
-  const CollectedLog log;
   const Services services({}, {"", std::get<TomlFile>(readTomlFile(path("v.toml")))}, log.output());
-  std::string cause;
   PBaseptr<IProcessWatchdog> held;
   for (const bool isHeld : {false, true}) {
     auto watchdog = PluginLibrary::open(WATCHDOG, cause);
@@ -97,11 +67,8 @@ class Gate : public RefCounted<IEventListener> {
 
 // After a reload it must not look as if the former watchdog were still at work.
 TEST_F(Client, LetsGoOfWhatIsOthersThoughAnEventIsOnItsWay) {
-  fFolder.makeFile("v.toml", configuration(""));
-  std::string cause;
   auto watchdog = PluginLibrary::open(WATCHDOG, cause);
   auto client = PluginLibrary::open(CLIENT, cause);
-  const CollectedLog log;
   const Services services({}, {"", std::get<TomlFile>(readTomlFile(path("v.toml")))}, log.output());
   PBaseptr<IEventDispatcher> events;
   obtainInstance(ID_IEVENTDISPATCHER, events);
