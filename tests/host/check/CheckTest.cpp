@@ -27,9 +27,12 @@ class Check : public VeskdFixture {
 };
 
 TEST_F(Check, FindsEveryMistakeOnceAndSaysWhatComesOfIt) {
-  fFolder.makeFile("bad.toml", contentOf(GOLDEN "/bad.toml"));
-  EXPECT_EQ(run(VESKD " --check -c bad.toml"), contentOf(GOLDEN "/bad.txt"));
-  EXPECT_EQ(fStatus, 78);
+  for (std::string const name : {"/bad", "/host"}) {
+    EXPECT_EQ(
+        run("cp " GOLDEN + name + ".toml .; " VESKD " --check -c " + name.substr(1) + ".toml"),
+        contentOf(GOLDEN + name + ".txt"));
+    EXPECT_EQ(fStatus, 78);
+  }
 }
 
 TEST_F(Check, HasNothingToSayAboutWhatIsRight) {
@@ -85,28 +88,6 @@ TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
   fFolder.makeFile("d/veskp.watchdog.process.toml", "\nx = = 1\n");
   EXPECT_THAT(run(VESKD " --check -c main.toml"), HasSubstr(own + ":2:5: error: "));
   EXPECT_EQ(fStatus, 78);
-}
-
-TEST_F(Check, SaysWhyTheWatchdogCannotStart) {
-  fFolder.makeFile("no.toml", "[host]\nx = = 1\n");
-  EXPECT_THAT(run(VESKD " --check -c no.toml"), testing::StartsWith("no.toml:2:5: error: "));
-  EXPECT_EQ(fStatus, 78);
-  fFolder.makeFile("array.toml", "[[watchdog.process]]\nname = 'n'\n");
-  EXPECT_EQ(run(VESKD " --check -c array.toml"),
-            "array.toml:1:12: error: `watchdog.process' is an array, but a table is expected: the "
-            "watchdog does not start\n");
-  fFolder.makeFile("few.toml", "\n[watchdog.process]\nmem_enabled.x = 1\ncpu_enabled = true\n");
-  EXPECT_EQ(run(VESKD " --check -c few.toml"),
-            "few.toml:3:13: error: `watchdog.process.inst_enabled' is missing: the watchdog does "
-            "not start\n"
-            "few.toml:3:13: error: `watchdog.process.mem_enabled' is a table, but a boolean is "
-            "expected: the watchdog does not start\n"
-            "few.toml:3:13: error: `watchdog.process.sample_time' is missing: the watchdog does "
-            "not start\n");
-  run(VESKD " --check -c absent.toml");
-  EXPECT_EQ(fStatus, 66);
-  run(VESKD " --check");
-  EXPECT_EQ(fStatus, 64);
 }
 
 TEST_F(Check, TheLogOfAStartHasEachFindingOnce) {

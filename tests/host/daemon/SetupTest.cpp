@@ -71,52 +71,20 @@ TEST(Setup, WhatWasCheckedIsWhatTakesEffectAndADryRunInDoubtHoldsBack) {
   EXPECT_EQ(plan.sources.files.at(folder.path(own)).entries.count("watchdog.process.2.name"), 1U);
 }
 
-TEST(Setup, EveryMistakeIsNamedInOneRunInTheOrderOfTheFile) {
-  const TemporaryFolder folder;
-  const auto failure = std::get<Failure>(read(folder, R"([host]
-restart_command = "a 'b"
-plugins = ["a.so", 3]
-log_level = "loud"
-kill_grace_ms = 600001
-config_dir = "a\u0000b"
-restart_limit = 101
-[host.inner]
-x = 1
-)"));
-  const auto at = [&folder](std::string const& rest) {
-    return testing::MatchesRegex(folder.path("host.toml") + ":" + rest);
-  };
-  EXPECT_THAT(
-      failure.lines,
-      ElementsAre(at("2:19: `host.restart_command' is \"a 'b\", but .* every quote closed is .*"),
-                  at("3:20: `host.plugins' contains the integer 3, but an array of strings .*"),
-                  at("4:13: `host.log_level' is \"loud\", but .* or \"off\" is expected"),
-                  at("5:17: `host.kill_grace_ms' is the integer 600001, but .* from 0 to 600000.*"),
-                  at("6:14: `host.config_dir' is a string with a null in it, but a.*"),
-                  at("7:17: `host.restart_limit' is the integer 101, but .* from 0 to 100 is .*"),
-                  at("9:1: unknown key `host.inner.x'")));
-}
-
 TEST(Setup, NoWrongLimitOrVariablePasses) {
   const TemporaryFolder folder;
-  const auto complaint = [&folder](std::string const& text) {
-    return std::get<Failure>(read(folder, "[host]\n" + text)).lines;
+  const auto expectComplaint = [&folder](std::string const& text, std::string const& wrong) {
+    EXPECT_THAT(std::get<Failure>(read(folder, "[host]\n" + text + wrong + "']")).lines,
+                ElementsAre(testing::HasSubstr("contains \"" + wrong + "\", but")));
   };
-  const std::string place = folder.path("host.toml") + ":2:";
   for (std::string const wrong :
        {"nofile", "nofile=", "nofile=1:", "nofile=:1", "nofile=1:2:3", "nofile=-1", "nofile=+1",
         "nofile= 1", "nofile=1k", "nofile=2:1", "nofile=unlimited:1", "nofile=18446744073709551615",
         "nofile=18446744073709551616", "NOFILE=1", "files=1", "=1", "core=1"}) {
-    EXPECT_THAT(complaint("program_limits = ['core=0', '" + wrong + "']"),
-                ElementsAre(place + "29: `host.program_limits' contains \"" + wrong +
-                            "\", but an array such as [\"core=0\", \"nofile=1024:unlimited\"], "
-                            "soft up to hard, each name once, is expected"));
+    expectComplaint("program_limits = ['core=0', '", wrong);
   }
   for (std::string const wrong : {"", "=x", "A", "A=2"}) {
-    EXPECT_THAT(complaint("program_environment = ['A=1', '" + wrong + "']"),
-                ElementsAre(place + "31: `host.program_environment' contains \"" + wrong +
-                            "\", but an array of \"NAME=value\" or \"NAME\", each name once, "
-                            "is expected"));
+    expectComplaint("program_environment = ['A=1', '", wrong);
   }
 }
 
