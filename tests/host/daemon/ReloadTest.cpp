@@ -12,21 +12,7 @@ using testing::StartsWith;
 
 namespace {
 
-class Reload : public VeskdFixture {
- protected:
-  /// A daemon that is asked to reload while a program that will not end holds a pass.
-  std::unique_ptr<ChildProcess> runHeld(std::string& pid) {
-    auto veskd =
-        run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
-            "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
-    const std::string running = veskd->awaitLine(" pid ");
-    pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
-    EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
-    veskd->signal(SIGHUP);
-    EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
-    return veskd;
-  }
-};
+using Reload = VeskdFixture;
 
 TEST_F(Reload, WatchesWhatTheNewFileSaysAndTouchesNothingThatRuns) {
   const std::string entry = entryOf("/bin/sleep", "1000");
@@ -64,15 +50,25 @@ TEST_F(Reload, IsToldToTheServiceManagerWhichNeedNotFearThatNobodyLooks) {
   reload(*veskd, kHost + kGlobals);
   for (const char* next : {"RELOADING=1\nMONOTONIC_USEC=[0-9]+", "READY=1\nSTATUS=running.*"}) {
     std::string message = "WATCHDOG=1";
-    while (message == "WATCHDOG=1") message = manager.next();
+    // A slow machine's pass may be late, which is told as well.
+    while (message.starts_with("WATCHDOG=1") || message.starts_with("STATUS=no process")) {
+      message = manager.next();
+    }
     EXPECT_THAT(message, MatchesRegex(next));
   }
   for (int i = 0; i < 5; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
 }
 
 TEST_F(Reload, IsGivenUpWhereTheHostIsToStop) {
-  std::string pid;
-  auto veskd = runHeld(pid);
+  // A program that will not end holds the pass.
+  auto veskd =
+      run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
+          "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
+  const std::string running = veskd->awaitLine(" pid ");
+  const auto pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
+  EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
+  veskd->signal(SIGHUP);
+  EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
   veskd->signal(SIGTERM);
   // Taken, though the pass goes on.
   while (contentOf("/proc/" + pid + "/status").find("ShdPnd:\t0000000000000000") ==
@@ -103,14 +99,6 @@ TEST_F(Reload, GoesBackToWhatWasReadBeforeWhenAPluginDoesNotStart) {
   }
   ::kill(first, SIGKILL);
   EXPECT_GT(awaitStart(*veskd, fName), 1);
-}
-
-TEST_F(Reload, ASecondInterruptEndsTheHostThoughTheMainThreadIsHeld) {
-  std::string pid;
-  auto veskd = runHeld(pid);
-  const std::string stat = "/proc/" + pid + "/stat";
-  while (contentOf(stat).find(") Z ") == std::string::npos) veskd->signal(SIGINT);
-  EXPECT_EQ(veskd->awaitEnd(), -SIGINT);
 }
 
 }  // namespace

@@ -10,9 +10,7 @@
 #include "host/daemon/ServiceManager.h"
 #include "tests/host/daemon/VeskdFixture.h"
 
-using testing::AnyOf;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
@@ -34,6 +32,8 @@ TEST_F(Veskd, EndsWithTheCodeAndTheLineOfWhatIsWrong) {
       {{"--log-level", "loud"}, "", 64, "veskd: --log-level: loud not in .*; see veskd --help\n"},
       {{"-c", ""}, "", 64, "veskd: --config: an empty name; .*\n"},
       {{"-c", path("none.toml")}, "", 66, "veskd: .*/none.toml: No such file or directory\n"},
+      {{"--check"}, "", 64, "veskd: .*\n"},
+      {{"--check", "-c", path("none.toml")}, "", 66, ".*No such file or directory.*"},
       {{"-c", path()}, "", 66, "veskd: .*: Is a directory\n"},
       {{"-c", file}, "[host]\nplugins = [\n[x\n", 78, "veskd: .*/v.toml:3:[0-9]+: .*\n"},
       {{"-c", file}, "[host]\nlog = ''\n", 78, "veskd: .*/v.toml:2:1: unknown key `host.log'\n"},
@@ -124,21 +124,6 @@ TEST_F(Veskd, GivesNoSignOfLifeWhileTheWorkerIsHeldAndEndsAtTheSecondInterrupt) 
   EXPECT_EQ(manager.next(), "STOPPING=1\nSTATUS=stopping: SIGTERM");
   veskd->signal(SIGINT);
   EXPECT_EQ(veskd->awaitEnd(), -SIGINT);
-}
-
-TEST_F(Veskd, LivesForTheServiceManagerWhileThereIsNothingToLookFor) {
-  const Listener manager(path("socket"));
-  auto words = manager.words("1000");
-  words.insert(words.end(), {VESKD, "--plugin", WATCHDOG});
-  EXPECT_EQ(ChildProcess(words).awaitEnd(), 69);
-  EXPECT_THAT(manager.heard(), IsEmpty());
-  auto veskd = run(kHost + kGlobals, manager.words("40000"));
-  EXPECT_THAT(manager.next(), StartsWith("READY=1\n"));
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
-  veskd->signal(SIGTERM);
-  EXPECT_EQ(veskd->awaitEnd(), 0);
-  EXPECT_THAT(manager.heard().back(), StartsWith("STOPPING=1\n"));
-  EXPECT_THAT(veskd->text(), Not(AnyOf(HasSubstr("warning"), HasSubstr("error"))));
 }
 
 TEST(ServiceManager, IsTakenFromTheEnvironmentIfItMeansThisProcess) {
