@@ -22,6 +22,7 @@ struct MadeWatchdog : IChanges {
     if (auto const* error = std::get_if<ApiError>(&read)) return *error;
     auto const& settings = std::get<EntrySettings>(read);
     REQUIRE(!settings.name.empty() && settings.name.find('\0') == std::string::npos);
+    REQUIRE(settings.name.size() <= 255 && settings.arguments.size() <= 4096);
     REQUIRE(settings.period >= 1 && settings.cpuLimit <= 100 && settings.respawnLimit != 0);
     REQUIRE(std::ranges::find(kActions, settings.action) != kActions.end());
     for (EntryView const& other : view.entries) {

@@ -1,12 +1,10 @@
 // The socket as a file, and clients that mean no good.
 
 #include <malloc.h>
-#include <netinet/in.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "host/control/MetricsSocket.h"
 #include "tests/host/control/ControlFixture.h"
 #include "tests/host/daemon/ChildProcess.h"
 
@@ -55,46 +53,6 @@ TEST_F(ControlSocketTest, TakesThePlaceOfADeadHostOnly) {
   settings.owner = "nobody-of-that-name";
   EXPECT_FALSE(open());
   EXPECT_FALSE(std::filesystem::exists(settings.socket));
-}
-
-TEST_F(ControlSocketTest, GivesMetricsAloneOnAPort) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  auto* generic = reinterpret_cast<sockaddr*>(&address);
-  UniqueFd client(::socket(AF_INET, SOCK_STREAM, 0));
-  ASSERT_EQ(::bind(client.get(), generic, size), 0);
-  ASSERT_EQ(::getsockname(client.get(), generic, &size), 0);
-  settings.metricsAddress = "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
-  client.reset();
-  ASSERT_TRUE(open()) << cause;
-  for (auto const& [asked, status] : {std::pair("GET /metrics", "200\n"),
-                                      {"POST /metrics", "405\n"},
-                                      {"GET /v1/status", "404\n"}}) {
-    std::string target = asked;
-    target.insert(target.find('/'), "http://" + settings.metricsAddress);
-    EXPECT_EQ(outputOf("curl -so /dev/null -w '%{http_code}' -X " + target), status);
-  }
-  const auto first = std::move(server);
-  settings.socket.clear();
-  EXPECT_FALSE(open());
-  EXPECT_THAT(cause, HasSubstr("in use"));
-  for (const char* wrong : {"127.0.0.1", "localhost:80", "[::1:80", "::1:80", "1.2.3.4:65536"}) {
-    EXPECT_FALSE(parseAddress(wrong)) << wrong;
-  }
-}
-
-TEST_F(HostileClientTest, OutlivesDisconnects) {
-  ASSERT_TRUE(open());
-  const std::string whole = requestText("POST", "/v1/match?name=%41", "{}");
-  for (std::size_t count = 0; count <= whole.size(); ++count) {
-    RawClient(settings.socket).send(whole.substr(0, count));
-  }
-  const RawClient wide(settings.socket);
-  wide.send("GET / HTTP/1.1\r\nX: " + std::string(40'000, 'x') + "\r\n\r\n");
-  EXPECT_THAT(wide.receive(), StartsWith("HTTP/1.1 4"));
-  EXPECT_TRUE(stillAnswers());
 }
 
 TEST_F(HostileClientTest, OutlivesThousandsOfConnections) {

@@ -185,15 +185,4 @@ TEST_F(MetricsText, HasWhatIsDocumentedAndWhatIsAskedFor) {
   }
 }
 
-TEST(OwnUsage, IsThatOfThisProcess) {
-  const OwnUsage before = readOwnUsage();
-  std::vector<char> memory(64U << 20U, 1);
-  const std::ifstream one("/dev/null");
-  const OwnUsage after = readOwnUsage();
-  EXPECT_GT(after.residentBytes.value(), before.residentBytes.value() + memory.size() / 2);
-  EXPECT_GE(after.virtualBytes.value(), after.residentBytes.value());
-  EXPECT_EQ(after.openDescriptors.value(), before.openDescriptors.value() + 1);
-  EXPECT_GT(after.processorTime.value(), before.processorTime.value());
-}
-
 }  // namespace

@@ -80,6 +80,15 @@ TOML
   start_logged $name "${veskd[@]}" -c "$folder/$name.toml"
   await "metrics of $name" scrape_text "$address" >/dev/null
 done
+# The port gives metrics alone, and to one host.
+for asked in "GET /metrics 200" "POST /metrics 405" "GET /v1/status 404"; do
+  read -r method path status <<<"$asked"
+  [ "$(curl -so /dev/null -w '%{http_code}' -X "$method" "http://$address$path")" = "$status" ] ||
+    { echo "$method $path is not answered with $status" >&2; exit 1; }
+done
+status=0
+timeout -k 1 $patience "${veskd[@]}" -c "$folder/second.toml" 2>/dev/null || status=$?
+[ $status -eq 73 ] || { echo "a port in use: exit status $status" >&2; exit 1; }
 both=$(printf '%s\n' "${hosts[@]}" | sort | paste -sd' ')
 
 # The shipped files, in a hurry. Two scrapes must be missed for the alert, so that a
@@ -95,7 +104,10 @@ start_logged prometheus prometheus --config.file="$folder/prometheus.yml" \
 await "both targets up" holds 'up{job="veskd"} == 1' "$both"
 await "passes of both" holds 'increase(veskd_passes_total[1m]) > 0' "$both"
 await "an evaluation of the rules" holds 'veskd:last_pass_age:seconds < 60' "$both"
-await "the cost of both" holds 'process_resident_memory_bytes > 0 and process_open_fds > 3' "$both"
+await "the cost of both" \
+  holds 'process_resident_memory_bytes > 1e6 and process_resident_memory_bytes < 1e9 and
+    process_virtual_memory_bytes >= process_resident_memory_bytes and
+    process_open_fds > 3 and process_open_fds < 60 and process_cpu_seconds_total > 0' "$both"
 await "entries of both" \
   holds 'veskd_entry_cpu_limit_ratio == 1 and on (instance) wd_proc_count == 0' "$both"
 holds 'ALERTS{alertstate="firing"}' '' || { query ALERTS; exit 1; }
