@@ -162,13 +162,18 @@ plugins() {
 }
 
 executables() {
-  local folder
+  local folder tried
   fresh '' $'name = "vesk-tried"\nexecutable = "vesk-tried"\narguments = "1000"\nrespawn_enabled = true\nrespawn_limit = 1'
   for folder in others shared home; do cp vesk-tried $folder; done
   chmod o+w shared/vesk-tried
-  start '' env PATH=.::others:/mnt/others:/mnt/shared:/mnt/home:/usr/bin
+  start '' prlimit --nofile=300: env PATH=.::others:/mnt/others:/mnt/shared:/mnt/home:/usr/bin
   await pgrep -x vesk-tried
-  must [ "$(readlink "/proc/$(pgrep -x vesk-tried)/exe")" = /mnt/home/vesk-tried ]
+  tried=/proc/$(pgrep -x vesk-tried)
+  must [ "$(readlink "$tried/exe")" = /mnt/home/vesk-tried ]
+  # Of the host's environment and of the limits that it raises for itself it has nothing.
+  await grep -q PATH "$tried/environ"
+  must [ "$(tr '\0' '|' <"$tried/environ")" = 'PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin|' ]
+  must grep -q 'Max open files  *300  ' "$tried/limits"
   stop
   pkill -KILL -x vesk-tried
   # Nor in the working folder, where there is one as well.

@@ -62,25 +62,9 @@ TEST_F(Check, ReadsTheFolderOfFilesAndPrintsJson) {
   fFolder.makeFile("main.toml", "[host]\nconfig_dir = 'd'\n[watchdog.process]\nx = 1\n");
   fFolder.makeFile("d/veskp.watchdog.process.toml", kGlobals + "y = \"\\u0007\"\n");
   const std::string own = path("d/veskp.watchdog.process.toml");
-  EXPECT_EQ(run(VESKD " --check --json -c main.toml"), R"([
-  {
-    "file": "main.toml",
-    "line": 4,
-    "column": 1,
-    "severity": "warning",
-    "what": "table `watchdog' is not read: plug-ins read their files in `host.config_dir', )" +
-                                                           path("d") + R"("
-  },
-  {
-    "file": ")" + own + R"(",
-    "line": 6,
-    "column": 1,
-    "severity": "warning",
-    "what": "unknown key `watchdog.process.y': it is not read"
-  }
-]
-)");
+  run(VESKD " --check --json -c main.toml >found");
   EXPECT_EQ(fStatus, 0);
+  EXPECT_EQ(run("sed \"s|$PWD/||\" found"), contentOf(GOLDEN "/folder.json"));
   std::filesystem::remove(own);
   EXPECT_EQ(run(VESKD " --plugin " WATCHDOG " --check -c main.toml | head -n 1"),
             "main.toml:2:14: error: `host.config_dir': " + own +

@@ -150,9 +150,7 @@ TEST_F(ControlApiTest, SaysWhyANameDoesNotMatch) {
     std::string comm, command;
     char state;
     unsigned int threads;
-  } kProcesses[] = {{20, "a-name-of-eight", "/opt/a-name-of-eighteen"s, 'S', 1},
-                    {21, "a-name-of-eight", "other", 'S', 1},
-                    {30, "serve", std::string(300, 'c'), 'S', 1},
+  } kProcesses[] = {{30, "serve", std::string(300, 'c'), 'S', 1},
                     {31, "serve", "", 'Z', 1},
                     {32, "python3.11", "python3\0/usr/bin/serve"s, 'S', 1},
                     {33, "main", "/bin/serve", 'S', 1},
@@ -184,9 +182,6 @@ TEST_F(ControlApiTest, SaysWhyANameDoesNotMatch) {
             "35 its name goes on: it is server\n"
             "36 one or two letters differ: it is swerve\n"
             "37 the name is only in the arguments: the kernel's name of it is vim\n");
-  const json cut = json::parse(bodyOf(ask("GET", "/v1/match?name=a-name-of-eighteen")));
-  EXPECT_EQ(cut["matches"][0]["pid"], 20);
-  EXPECT_EQ(cut["near_misses"][0]["pid"], 21) << cut;
 }
 
 }  // namespace

@@ -96,13 +96,6 @@ class Listener {
     return {text, length > 0 ? std::size_t(length) : 0};
   }
 
-  /// What has come until now.
-  std::vector<std::string> heard() const {
-    std::vector<std::string> all;
-    for (std::string text; !(text = next(MSG_DONTWAIT)).empty();) all.push_back(text);
-    return all;
-  }
-
   /// Words that run a daemon with this service manager and a watchdog of `interval`.
   std::vector<std::string> words(std::string const& interval) const {
     return {"env", "NOTIFY_SOCKET=" + fName, "WATCHDOG_USEC=" + interval};
