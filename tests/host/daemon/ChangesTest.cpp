@@ -32,7 +32,7 @@ ApiError errorOf(ApiResult const& result) {
 
 using ChangesTest = VeskdFixture;
 
-TEST_F(ChangesTest, TwoWatchdogsNeverRunAtOnce) {
+TEST_F(ChangesTest, TwoWatchdogsNeverRunAtOnceNorOneAfterAStop) {
   fFolder.makeFile("v.toml", kHost + kGlobals);
   Options options;
   options.configFile = path("v.toml");
@@ -50,6 +50,10 @@ TEST_F(ChangesTest, TwoWatchdogsNeverRunAtOnce) {
                 {plugins, services.configuration(), roster, services.utilities(), loop,
                  *services.journal(), notifier, *logger, *logger});
   std::string cause;
+  EXPECT_TRUE(plugins.start(cause)) << cause;
+  loop.stop(SIGTERM);
+  EXPECT_EQ(errorOf(reload.run()).text, "the host is stopping");
+  EXPECT_EQ(obtainWatchdog(), nullptr) << "the former has ended, and no other was started";
   EXPECT_TRUE(plugins.start(cause)) << cause;
   auto held = obtainWatchdog();
   const ApiError error = errorOf(reload.run());

@@ -59,30 +59,6 @@ TEST_F(Reload, IsToldToTheServiceManagerWhichNeedNotFearThatNobodyLooks) {
   for (int i = 0; i < 5; ++i) EXPECT_EQ(manager.next(), "WATCHDOG=1");
 }
 
-TEST_F(Reload, IsGivenUpWhereTheHostIsToStop) {
-  // A program that will not end holds the pass.
-  auto veskd =
-      run(kHost + "kill_grace_ms = 600000\n" + kGlobals + entryOf(TEST_PROGRAM, "stubborn") +
-          "inst_enabled = true\ninst_limit = 1\naction = 'restart'\n");
-  const std::string running = veskd->awaitLine(" pid ");
-  const auto pid = std::to_string(std::stoi(running.substr(running.find(" pid ") + 5)));
-  EXPECT_NE(veskd->awaitLine("before restarting"), "") << veskd->text();
-  veskd->signal(SIGHUP);
-  EXPECT_NE(veskd->awaitLine("reloading"), "") << veskd->text();
-  veskd->signal(SIGTERM);
-  // Taken, though the pass goes on.
-  while (contentOf("/proc/" + pid + "/status").find("ShdPnd:\t0000000000000000") ==
-         std::string::npos) {
-  }
-  std::string const& log = veskd->text();
-  const std::string started = "new pid=";
-  ::kill(std::stoi(log.substr(log.find(started) + started.size())), SIGKILL);
-  EXPECT_EQ(veskd->awaitEnd(), 0);
-  EXPECT_THAT(log, HasSubstr("not reloaded: the host is stopping"));
-  const auto restarted = log.rfind(started);
-  EXPECT_EQ(log.rfind(started, restarted - 1), log.find(started)) << "once, by the former";
-}
-
 TEST_F(Reload, GoesBackToWhatWasReadBeforeWhenAPluginDoesNotStart) {
   // Under another name the check does not know the watchdog, and misses nothing.
   std::filesystem::create_symlink(WATCHDOG, path("w.so"));
