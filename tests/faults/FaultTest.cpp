@@ -149,7 +149,8 @@ class Expectation {
   /// Without references, which are counted, and what a failed operation did to give
   /// everything back.
   Lines comparable(Lines lines) const {
-    const auto from = lines.begin() + std::min(std::ssize(lines), static_cast<long>(fEnd));
+    const auto from = lines.begin() + std::min<std::ptrdiff_t>(std::ssize(lines),
+                                                               static_cast<std::ptrdiff_t>(fEnd));
     const auto to =
         fRule.effect != "isRepeated"
             ? from
