@@ -12,9 +12,9 @@
 # superfluous, and none be of another process.
 BEGIN {
   patience = 120000 # milliseconds from a fate to the next instance, on the slowest of machines
-  acts["leak"] = acts["stub"] = "mem_high"
+  acts["leak"] = acts["deaf"] = "mem_high"
   acts["spin"] = "cpu_high"
-  split("crash stop leak stub spin crowd name", roles, " ")
+  split("crash stop leak deaf spin crowd name", roles, " ")
   for (i in roles) must[roles[i]] = 1
 }
 

@@ -115,7 +115,7 @@ TOML
   entries crash 24 "$respawn" "$harmless"
   entries stop 6 "$respawn" 'count_only_running = true'
   entries leak 8 "$respawn" "$mem" "$restart"
-  entries stub 4 "$respawn" "$mem" "$restart"
+  entries deaf 4 "$respawn" "$mem" "$restart"
   entries spin 8 "$respawn" "$cpu" "$terminate"
   entries crowd 6 "$respawn" "$restart" 'inst_enabled = true' 'inst_limit = 3'
   entries name 4 "$respawn"

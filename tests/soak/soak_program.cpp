@@ -65,7 +65,7 @@ struct Program {
     const timespec patience{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000 * 1000000)};
     if (::sigtimedwait(&asked, nullptr, &patience) != SIGTERM) return;
     tell("term");
-    if (role != "stub") ::_exit(0);
+    if (role != "deaf") ::_exit(0);
   }
 };
 
@@ -168,7 +168,7 @@ struct Role {
 const std::map<std::string, Role> kRoles = {
     {"well", {kNever, kNever, stay}}, {"crash", {3000, 16000, crash}},
     {"stop", {5000, 20000, stop}},    {"leak", {5000, 20000, leak}},
-    {"stub", {10000, 30000, leak}},   {"spin", {12000, 40000, spin}},
+    {"deaf", {10000, 30000, leak}},   {"spin", {12000, 40000, spin}},
     {"crowd", {4000, 16000, crowd}},  {"name", {5000, 20000, rename}},
     {"visit", {500, 6000, leave}},    {"near", {100, 100, leave}},
     {"load", {0, 0, load}},
