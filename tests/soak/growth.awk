@@ -57,7 +57,7 @@ END {
   flat("rss", 2, 128)
   flat("anonymous", 3, 22 + (until - begin) / 60)  # what the allocator may break into pieces
   flat("threads", 4, 1)
-  flat("fds", 5, 12)
+  flat("fds", 5, 24)  # those of what is just being started and ended come and go
   same("threads", 4, 0)
   same("fds", 5, 8)
   # The processor time of a pass; and that of a fork of the load, which says how much slower
