@@ -57,7 +57,7 @@ tell() {
   figures=$(grep '^proof: ' "$results/$1.txt" | tail -n 1) || true
   case $2 in
     0) echo "${figures:-proof: $1: no figures, see build/prove/$1.txt}" ;;
-    77) echo "proof: $1: left out here: $(tail -n 1 "$results/$1.txt")" ;;
+    77) echo "proof: $1: left out here: $(grep -i skipped "$results/$1.txt" | tail -n 1)" ;;
     *)
       tail -n 25 "$results/$1.txt"
       echo "proof: $1: FAILED, see build/prove/$1.txt"
